@@ -1,0 +1,10 @@
+set(CMAKE_C_COMPILER ${TW_TRIPLET}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${TW_TRIPLET}-g++-posix)
+set(CMAKE_RC_COMPILER ${TW_TRIPLET}-windres)
+set(CMAKE_OBJDUMP ${TW_TRIPLET}-objdump)
+set(CMAKE_FIND_ROOT_PATH /usr/${TW_TRIPLET})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+# Test programs run under wine, in a prefix kept inside the build tree.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run)
