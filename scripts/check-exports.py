@@ -60,13 +60,17 @@ def dll_exports(dll, objdump):
     return where, imports
 
 
+# Symbols a sanitizer's instrumentation adds to a shared object.
+INSTRUMENTATION = ("__odr_asan", "__asan", "__ubsan", "__sanitizer", "__sancov")
+
+
 def so_exports(so):
     out = subprocess.run(["nm", "-D", "--defined-only", so], check=True, capture_output=True, text=True).stdout
     where = {}
     for line in out.splitlines():
         parts = line.split()
-        if len(parts) == 3 and parts[1] in "TDRBVWtdrb" and not parts[2].startswith("_init") \
-                and parts[2] not in ("_fini",):
+        if len(parts) == 3 and parts[1] in "TDRBVWtdrb" and parts[2] not in ("_init", "_fini") \
+                and not parts[2].startswith(INSTRUMENTATION):
             where[parts[2]] = parts[0]
     return where
 
