@@ -24,7 +24,7 @@ bool library_path(char *path, DWORD size) {
 
 }  // namespace
 
-int twtool::version_command(const Args &) {
+static int version_command(const twtool::Args &) {
     char path[MAX_PATH];
     if (!library_path(path, sizeof path)) {
         std::fprintf(stderr, "twtool: cannot find the loaded twcommon.dll (error %lu)\n", GetLastError());
@@ -52,9 +52,11 @@ int twtool::version_command(const Args &) {
 
 #else
 
-int twtool::version_command(const Args &) {
+static int version_command(const twtool::Args &) {
     std::printf("Tallowind common support library %s\n", TW_VERSION);
     return 0;
 }
 
 #endif
+
+TWTOOL_COMMAND("version", "version              the library's version", version_command);

@@ -1,0 +1,20 @@
+# Writes a linker version script exporting exactly the names of a Windows
+# .def file, so the shared object exports what the DLL does and nothing else
+# (template instantiations from C++ headers would otherwise leak out).
+#   tw_version_script(<def file> <output file>)
+function(tw_version_script def out)
+  file(STRINGS ${def} lines)
+  set(body "")
+  set(in_exports OFF)
+  foreach(line IN LISTS lines)
+    string(REGEX REPLACE ";.*" "" line "${line}")
+    string(STRIP "${line}" line)
+    if(line STREQUAL "EXPORTS")
+      set(in_exports ON)
+    elseif(in_exports AND line MATCHES "^([A-Za-z_][A-Za-z0-9_]*)")
+      string(APPEND body "    ${CMAKE_MATCH_1};\n")
+    endif()
+  endforeach()
+  file(WRITE ${out}.tmp "{\n  global:\n${body}  local: *;\n};\n")
+  file(COPY_FILE ${out}.tmp ${out} ONLY_IF_DIFFERENT)
+endfunction()
