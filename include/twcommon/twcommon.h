@@ -3,7 +3,10 @@
 #define TWCOMMON_TWCOMMON_H
 
 #include "base.h"
+#include "config.h"
 #include "containers.h"
+#include "diag.h"
 #include "text.h"
+#include "unixnt.h"
 
 #endif

@@ -26,3 +26,5 @@ TW_PENDING char *GetErrorMessageStr(uint32_t code, char *buf, int size) {
     return buf;
 }
 TW_PENDING const char *common2reallocale(const char *common) { return common; }
+TW_PENDING char *newNTCmdLine(const char *command) { return strdup(command ? command : ""); }
+TW_PENDING void FreeNTCmdLine(char *command_line) { free(command_line); }

@@ -4,28 +4,32 @@
 
 #include <string>
 
+#include "base/alloc.h"
 #include "platform/eventlog.h"
+#include "twcommon/text.h"
 
 namespace tw::os {
 namespace {
 
 struct SyslogSource {
-    std::string identity;  // must outlive openlog's use of it
+    char identity[128];  // must outlive openlog's use of it
 };
 
 }  // namespace
 
 EventSource register_event_source(const char *source_name) {
     if (!source_name) return nullptr;
-    auto *source = new (std::nothrow) SyslogSource{source_name};
-    if (source) openlog(source->identity.c_str(), LOG_PID, LOG_USER);
+    auto *source = static_cast<SyslogSource *>(tw::mem_alloc(sizeof(SyslogSource)));
+    if (!source) return nullptr;
+    Q_strlcpy(source->identity, source_name, sizeof source->identity);
+    openlog(source->identity, LOG_PID, LOG_USER);
     return source;
 }
 
 void deregister_event_source(EventSource source) {
     if (!source) return;
     closelog();
-    delete static_cast<SyslogSource *>(source);
+    tw::mem_free(source);
 }
 
 bool report_event(EventSource source, EventType type, uint16_t, uint32_t event_id, int count,
