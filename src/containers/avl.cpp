@@ -55,14 +55,22 @@ struct PointerOrder {
     }
 };
 
+// Searches are bound by memory latency, and each level costs two dependent
+// loads: the node, then the item it points to. Fetching both children while
+// the item is compared overlaps the two.
+inline void prefetch_children(const Node *n) {
+    __builtin_prefetch(n->link[kLeft]);
+    __builtin_prefetch(n->link[kRight]);
+}
+
 template <typename Op>
 auto with_order(const AVLtree *tree, Op op) {
     return tree->compare ? op(CallerOrder{tree->compare}) : op(PointerOrder{});
 }
 
 // Rebalances a node whose balance is +-2 and returns the new root of its
-// subtree. The heavy child keeps the same lean (or none): single rotation;
-// it leans the other way: double rotation through its inner child.
+// subtree: a single rotation when its child on the heavy side leans the same
+// way or not at all, else a double rotation through that child's inner child.
 Node *rotate(Node *n) {
     const int heavy = n->balance > 0 ? kRight : kLeft;
     const int sign = heavy == kRight ? 1 : -1;
@@ -95,6 +103,7 @@ Node *rotate(Node *n) {
 template <typename Order>
 void *find(const AVLtree *tree, const void *key, Order order) {
     for (Node *n = tree->root; n;) {
+        prefetch_children(n);
         int c = order(key, n->item);
         if (c == 0) return n->item;
         n = n->link[c > 0];
@@ -107,6 +116,7 @@ void *insert(AVLtree *tree, void *item, Order order) {
     Node **critical = &tree->root;  // link to the deepest unbalanced node passed
     Node **link = &tree->root;
     for (Node *n; (n = *link) != nullptr;) {
+        prefetch_children(n);
         int c = order(item, n->item);
         if (c == 0) return n->item;
         if (n->balance != 0) critical = link;
@@ -146,23 +156,29 @@ bool remove_node(AVLtree *tree, Steer steer, void **removed) {
         n = next;
     };
 
-    for (int c; n && (c = steer(n)) != 0;) descend(c > 0);
+    while (n) {
+        prefetch_children(n);
+        int c = steer(n);
+        if (c == 0) break;
+        descend(c > 0);
+    }
 
     const bool found = n != nullptr;
     Node *below = nullptr;  // what hangs under parent on the way back up
     bool shrunk = false;    // whether that subtree lost height
     if (found) {
         *removed = n->item;
-        // Take the replacement from the taller side (right when even), so the
-        // removal does not make this node lean further.
+        // The node keeps its place and takes the item of its neighbour in
+        // order on its taller side (the right when even); the neighbour's
+        // node, which has at most one child, is the one that goes.
         const int side = n->balance < 0 ? kLeft : kRight;
         Node *victim = n;
         if (n->link[side]) {
-            Node *found = n;
+            Node *keep = n;
             descend(side);
             while (n->link[!side]) descend(!side);
             victim = n;
-            found->item = victim->item;
+            keep->item = victim->item;
         }
         below = victim->link[kLeft] ? victim->link[kLeft] : victim->link[kRight];
         tw::mem_free(victim);
