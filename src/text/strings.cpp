@@ -8,49 +8,57 @@
  */
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <string>
 
 #include "twcommon/text.h"
 
 namespace {
 
+// Characters before the first zero among the first max ones (max when there
+// is none). Nothing past that bound is read: the copy functions never
+// measure a source's full length.
+size_t bounded_length(const char *s, size_t max) {
+    const void *zero = std::memchr(s, 0, max);
+    return zero ? size_t(static_cast<const char *>(zero) - s) : max;
+}
+
+size_t bounded_length(const tw_wchar_t *s, size_t max) {
+    size_t n = 0;
+    while (n < max && s[n] != 0) ++n;
+    return n;
+}
+
 template <typename Char>
 size_t length_of(const Char *s) {
-    size_t n = 0;
-    while (s[n] != 0) ++n;
-    return n;
+    return std::char_traits<Char>::length(s);
 }
 
 template <typename Char>
 int bounded_copy(Char *dst, const Char *src, unsigned size) {
     if (size == 0 || !src || !dst) return 0;
-    unsigned i = 0;
-    for (; i < size - 1 && src[i] != 0; ++i) dst[i] = src[i];
-    dst[i] = 0;
-    return int(i);
+    size_t n = bounded_length(src, size - 1);
+    std::memcpy(dst, src, n * sizeof(Char));
+    dst[n] = 0;
+    return int(n);
 }
 
 template <typename Char>
 int bounded_append(Char *dst, const Char *src, unsigned size) {
     if (size == 0 || !src || !dst) return 0;
-    unsigned length = 0;
-    while (length < size && dst[length] != 0) ++length;
-    unsigned room = size - length;  // 0 when dst has no terminator within size
-    if (room < 2) return 0;         // not even one character and its terminator
-    return bounded_copy(dst + length, src, room);
+    size_t length = bounded_length(dst, size);
+    size_t room = size - length;  // 0 when dst has no terminator within size
+    if (room < 2) return 0;       // not even one character and its terminator
+    return bounded_copy(dst + length, src, unsigned(room));
 }
 
 // Copies up to m characters, zero-filling the rest of the m once the source
-// ends; returns whether the source ended within m.
+// ends.
 template <typename Char>
-bool copy_field(Char *dst, const Char *src, unsigned m) {
-    for (unsigned k = 0; k < m; ++k) {
-        if (src[k] == 0) {
-            std::fill(dst + k, dst + m, Char(0));
-            return true;
-        }
-        dst[k] = src[k];
-    }
-    return false;
+void copy_field(Char *dst, const Char *src, unsigned m) {
+    size_t n = bounded_length(src, m);
+    std::memcpy(dst, src, n * sizeof(Char));
+    std::fill(dst + n, dst + m, Char(0));
 }
 
 template <typename Char>
@@ -87,13 +95,10 @@ template <typename Char>
 int verify(const Char *buf, unsigned size, unsigned *length) {
     if (length) *length = 0;
     if (!buf) return -1;
-    for (unsigned i = 0; i < size; ++i) {
-        if (buf[i] == 0) {
-            if (length) *length = i;
-            return 0;
-        }
-    }
-    return -1;
+    size_t n = bounded_length(buf, size);
+    if (n == size) return -1;
+    if (length) *length = unsigned(n);
+    return 0;
 }
 
 }  // namespace
