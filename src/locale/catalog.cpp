@@ -37,6 +37,7 @@ struct CacheEntry {
     char id[kIdLength + 1];
     const char *locale;  // the locale record's name
     char *text;          // null: a remembered miss
+    unsigned load;       // the file load that cached it; 0 for a miss
 };
 
 struct CatalogFile {
@@ -70,6 +71,7 @@ constexpr ProductArea kAreas[] = {
 
 std::atomic<tw::os::Mutex *> cache_lock{nullptr};
 AVLtree *cache_tree = nullptr;
+unsigned last_load = 0;  // numbers the file loads, so a failed one can be undone
 LocaleRecord *locales = nullptr;  // newest first
 
 // ---- small helpers ----
@@ -140,7 +142,7 @@ CacheEntry *find_entry(const char *id, const char *locale) {
 
 // Caches text (owned, may be null) for (id, locale); a text already cached
 // for them is replaced. False when memory ran out (text is freed).
-bool cache_text(const char *id, const char *locale, char *text) {
+bool cache_text(const char *id, const char *locale, char *text, unsigned load = 0) {
     auto *entry = static_cast<CacheEntry *>(tw::mem_alloc(sizeof(CacheEntry)));
     if (!entry) {
         tw::mem_free(text);
@@ -149,11 +151,13 @@ bool cache_text(const char *id, const char *locale, char *text) {
     Q_strlcpy(entry->id, id, sizeof entry->id);
     entry->locale = locale;
     entry->text = text;
+    entry->load = load;
     auto *present = static_cast<CacheEntry *>(AVLinsert(cache_tree, entry));
     if (present == entry) return true;
     if (present) {  // a later line for the same identifier wins
         tw::mem_free(present->text);
         present->text = text;
+        present->load = load;
         entry->text = nullptr;
     }
     free_entry(entry);
@@ -252,33 +256,44 @@ CatalogFile *new_file_record(LocaleRecord *record, const FileWanted &wanted) {
 
 struct LoadContext {
     const char *locale;
+    unsigned load;
 };
 
 bool cache_line(void *context, const char *id, char *text) {
-    return cache_text(id, static_cast<LoadContext *>(context)->locale, text);
+    auto *load = static_cast<LoadContext *>(context);
+    return cache_text(id, load->locale, text, load->load);
+}
+
+int loaded_by(void *item, void *load) {
+    return static_cast<CacheEntry *>(item)->load == *static_cast<unsigned *>(load);
 }
 
 // Reads the file of a new record whole, under the locale's character
-// classification, and closes it.
-void load_file(LocaleRecord *record, CatalogFile *file, const char *id) {
+// classification, and closes it. False when memory ran out: what the load
+// cached is then removed again, as if the file had not been tried.
+bool load_file(LocaleRecord *record, CatalogFile *file, const char *id) {
     char *path = join(record->directory, getOrrickString("_ps"), file->relative_path);
-    if (!path) return;
+    if (!path) return false;
     file->file = std::fopen(path, "rb");
     tw::mem_free(path);
-    if (!file->file) return;
+    if (!file->file) return true;
 
     char saved_ctype[256];
     const char *current = std::setlocale(LC_CTYPE, nullptr);
     const bool switched = current && std::strlen(current) < sizeof saved_ctype &&
                           Q_strlcpy(saved_ctype, current, sizeof saved_ctype) >= 0 &&
                           std::setlocale(LC_CTYPE, record->real_name) != nullptr;
-    LoadContext context{record->name};
-    tw::locale::read_catalog(file->file, id, cache_line, &context);
+    LoadContext context{record->name, ++last_load};
+    const bool complete = tw::locale::read_catalog(file->file, id, cache_line, &context);
     if (switched) std::setlocale(LC_CTYPE, saved_ctype);
 
     std::fclose(file->file);
     file->file = nullptr;
     file->unread = 0;
+    if (!complete) {
+        while (void *entry = AVLcull(cache_tree, loaded_by, &context.load)) free_entry(entry);
+    }
+    return complete;
 }
 
 const char *lookup_locked(const char *locale, const FileWanted &wanted) {
@@ -291,7 +306,12 @@ const char *lookup_locked(const char *locale, const FileWanted &wanted) {
     if (!file && record->directory) {
         file = new_file_record(record, wanted);
         if (!file) return nullptr;
-        load_file(record, file, wanted.id);
+        if (!load_file(record, file, wanted.id)) {
+            record->files = file->next;  // try the file again next time
+            file->next = nullptr;
+            free_file_records(file);
+            return nullptr;
+        }
         if (CacheEntry *loaded = find_entry(wanted.id, record->name)) return loaded->text;
     }
     cache_text(wanted.id, record->name, nullptr);  // remember the miss

@@ -28,22 +28,12 @@ const char *const kSeparator = "/";
 
 std::string str(const char *text) { return text ? text : "<null>"; }
 
-// Registry rows of the Paths key are read with backslash escapes, as an
-// installation writes them: a backslash is written twice.
-std::string path_row(const std::string &value) {
-    std::string row;
-    for (char c : value) {
-        if (c == '\\') row += '\\';
-        row += c;
-    }
-    return row;
-}
 
 class CatalogTest : public ::testing::Test {
 protected:
     CatalogTest() {
-        registry.set_path("MSG_DIR", path_row(scratch.path()));
-        registry.set_path("_ps", path_row(kSeparator));
+        registry.set_path("MSG_DIR", scratch.path());
+        registry.set_path("_ps", kSeparator);
     }
     ~CatalogTest() override { msgCacheUnload(); }
 
@@ -230,7 +220,7 @@ TEST_F(CatalogTest, CommonNamesAreMappedForTheCharacterClassification) {
     // "corpus-common" is no runtime name: the locale definition file maps it to C.
     std::string locale_file = scratch.file("locales.def");
     std::ofstream(locale_file) << "TL 1 C\nTM 1 C 13 corpus-common\n";
-    registry.set_path("LOCALE_FILE", path_row(locale_file));
+    registry.set_path("LOCALE_FILE", locale_file);
     write("corpus-common", "tallowind", "CerMsgs", "CerTmf0001N \"mapped\"\n");
     EXPECT_EQ(str(getLocalMsgFmt("corpus-common", "CerTmf0001N")), "mapped");
 }

@@ -11,14 +11,6 @@
 
 namespace {
 
-std::string path_row(const std::string &value) {
-    std::string row;
-    for (char c : value) {
-        if (c == '\\') row += '\\';
-        row += c;
-    }
-    return row;
-}
 
 // A runtime locale name other than "C" that this runtime accepts, or "".
 std::string other_runtime_name() {
@@ -43,7 +35,7 @@ TEST(Common2RealLocale, NamesTheRuntimeAcceptsComeBackAsTheyAre) {
 TEST(Common2RealLocale, WithoutALocaleFileTheArgumentComesBack) {
     twtest::ScratchDir scratch;
     twtest::RegistryFixture registry;
-    registry.set_path("LOCALE_FILE", path_row(scratch.file("missing.def")));
+    registry.set_path("LOCALE_FILE", scratch.file("missing.def"));
     const char *name = "tallowind-common-name";
     EXPECT_EQ(common2reallocale(name), name);
 }
@@ -70,7 +62,7 @@ TEST(Common2RealLocale, TmLinesMapCommonNamesToAcceptedRuntimeNames) {
         long_line += std::string(99 - long_line.size(), ' ');
         out << long_line << "TM " << n << " " << runtime << " 4 tail\n";
     }
-    registry.set_path("LOCALE_FILE", path_row(file));
+    registry.set_path("LOCALE_FILE", file);
     const std::string time_before = std::setlocale(LC_TIME, nullptr);
 
     EXPECT_EQ(std::string(common2reallocale("first")), runtime);
