@@ -65,6 +65,7 @@ TEST(ErrorTextNT, NumberTheLibraryLacksGivesTheShortFallback) {
 }
 
 TEST(ErrorTextNT, UnreachableLibraryGivesTheLongFallback) {
+    SetDllDirectoryA(nullptr);  // the default search, even after another case in this process
     EXPECT_STREQ(GetErrorMessage(kLibraryCode),
                  "Error: 60001 (installing twerrmsg.dll may allow this error to be decoded)");
 }

@@ -20,8 +20,8 @@ bool system_message_text(uint32_t code, char *buf, unsigned size) {
 }
 
 MessageLibrary load_message_library(const char *name) {
-    // Only the string tables are wanted: the library's code never runs.
-    return LoadLibraryExA(name, nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    // A resource-only library without an entry point: loading runs no code.
+    return LoadLibraryA(name);
 }
 
 void unload_message_library(MessageLibrary library) {
