@@ -69,7 +69,7 @@ int setModuleID(const char *identity) {
 
 const char *getModuleID(void) {
     if (module_identity) return module_identity;
-    char *line = tw::os::process_command_line();
+    char *line = tw::os::ansi_command_line();
     char *identity = line ? identity_from_command_line(line) : nullptr;
     tw::mem_free(line);
     if (!identity) return "";  // nothing kept: the next call tries again

@@ -6,12 +6,11 @@
 
 namespace tw::os {
 
-// The process command line in its 8-bit form, as a new block from
+// The process command line in its 8-bit (ANSI) form, as a new block from
 // tw::mem_alloc (release it with tw::mem_free); null when memory runs out or
-// the line cannot be read. Off Windows the arguments are joined by blanks,
-// and an argument holding white space is put in double quotes, so that the
-// line reads as it would on NT.
-char *process_command_line();
+// the line cannot be read. Off Windows the bytes of the argument vector are
+// joined as an NT command line would show them.
+char *ansi_command_line();
 
 }  // namespace tw::os
 

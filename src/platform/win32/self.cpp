@@ -10,7 +10,7 @@
 
 namespace tw::os {
 
-char *process_command_line() {
+char *ansi_command_line() {
     const char *line = GetCommandLineA();
     if (!line) return nullptr;
     size_t size = std::strlen(line) + 1;
