@@ -59,6 +59,8 @@ TEST(FixNTargv, QuotesTheProgramOnce) {
     char *first = argv[0];
     FixNTargv(argv);
     EXPECT_EQ(argv[0], first) << "already quoted";
+    // Each call makes a new block and keeps only the last; release this one.
+    EXPECT_EQ(FreeNTCmdArgsVectors(), 1);
     // An element that merely begins with a quote is quoted again.
     char half[] = "\"C:\\dir\\p.exe";
     char *argv2[] = {half, nullptr};
@@ -75,6 +77,7 @@ TEST(GetNTCommandLineFromArgs, QuotesProgramAndJoinsArguments) {
     char *argv[] = {program, a, b, c, nullptr};
     EXPECT_EQ(take(GetNTCommandLineFromArgs(argv)), "\"C:\\Program Files\\p.exe\" -x two words ");
     EXPECT_STREQ(argv[0], "\"C:\\Program Files\\p.exe\"");
+    FreeNTCmdArgsVectors();
     char *alone[] = {program, nullptr};
     EXPECT_EQ(take(GetNTCommandLineFromArgs(alone)), "\"C:\\Program Files\\p.exe\"");
     EXPECT_EQ(GetNTCommandLineFromArgs(nullptr), nullptr);
@@ -91,6 +94,7 @@ TEST(GetNTCommandLineFromArgs, CutsLongArgumentsSilently) {
     char program[] = "p";
     char *argv[] = {program, w1.data(), w2.data(), nullptr};
     EXPECT_EQ(take(GetNTCommandLineFromArgs(argv)), "\"p\" " + word + " " + word);
+    FreeNTCmdArgsVectors();
 
     std::string longer = word + "x";  // one byte too many
     std::vector<char> w3(longer.begin(), longer.end());
