@@ -8,17 +8,6 @@
 #include "twcommon/config.h"
 #include "twcommon/diag.h"
 
-// Until the system log and module identity are built in, their weak
-// stand-ins (base/pending.cpp) answer. The PE linker binds a reference to a
-// weak definition only when the reference itself is weak.
-#if defined(_WIN32)
-#pragma weak getModuleID
-#pragma weak Q_Openlog
-#pragma weak Q_Syslog
-#pragma weak Q_Closelog
-#pragma weak GetErrorMessageStr
-#endif
-
 namespace tw::config {
 
 template <typename... Args>
