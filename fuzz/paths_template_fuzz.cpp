@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 
 #include "config/paths_template.h"
@@ -19,12 +20,14 @@ namespace {
 using namespace tw::paths;
 
 // Names starting with A-M have a value holding characters the template
-// syntax would act on; the rest are unknown.
+// syntax would act on; the rest are unknown. Values stay put until the next
+// input, as the table's do for the whole process.
+std::map<std::string, std::string> values;
+
 const char *resolve(const char *name, void *) {
-    static thread_local std::string value;
     if (name[0] < 'A' || name[0] > 'M') return "";
-    value = std::string("<$") + name + "\\>";
-    return value.c_str();
+    auto [it, added] = values.emplace(name, std::string("<$") + name + "\\>");
+    return it->second.c_str();
 }
 
 std::string expanded(const char *text) {
@@ -69,6 +72,7 @@ std::string stored(const char *text, bool *stray_dollar) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string text(reinterpret_cast<const char *>(data), strnlen(reinterpret_cast<const char *>(data), size));
+    values.clear();
 
     bool stray = false, stray_again = false;
     const std::string once = stored(text.c_str(), &stray);
