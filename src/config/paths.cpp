@@ -270,18 +270,17 @@ bool apply_registry_row(const char *name, const char *text) {
     }
     const size_t length = std::strlen(name);
     char *name_copy = length >= 2 ? static_cast<char *>(tw::mem_alloc(length + 1)) : nullptr;
-    Entry *e = name_copy ? new_entry(static_cast<const char *>(std::memcpy(name_copy, name, length + 1)), 1, owned, 1)
-                         : nullptr;
-    if (!e || AVLinsert(module.table, e) != e) {
-        if (e) release_entry(e);
-        else {
-            tw::mem_free(name_copy);
-            tw::mem_free(owned);
-        }
-        report(5, LOG_ERR, "addToConfig (%s) - Out of memory.", name);
-        return false;
+    Entry *e = name_copy ? new_entry(static_cast<char *>(std::memcpy(name_copy, name, length + 1)), 1, owned, 1) : nullptr;
+    if (e && AVLinsert(module.table, e) == e) return true;
+    if (e) {
+        release_entry(e);  // with its name and template
+    } else {
+        tw::mem_free(name_copy);
+        tw::mem_free(owned);
     }
-    return true;
+    // A name too short to be ordered in the table counts as no memory too.
+    report(5, LOG_ERR, "addToConfig (%s) - Out of memory.", name);
+    return false;
 }
 
 void forget_expansion(void *item, void *) { drop_expansion(static_cast<Entry *>(item)); }
