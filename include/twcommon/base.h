@@ -38,6 +38,14 @@ typedef wchar_t tw_wchar_t;
 typedef char16_t tw_wchar_t;
 #endif
 
+/* 32-bit wide characters (whole code points). */
+#if defined(__cplusplus)
+typedef char32_t tw_wchar32_t;
+#else
+#  include <stdint.h>
+typedef uint32_t tw_wchar32_t;
+#endif
+
 /* printf-style checking against the formatter the library really uses:
  * the C runtime's own on Windows (msvcrt), the C library's elsewhere. */
 #if defined(__GNUC__) && defined(_WIN32)

@@ -97,6 +97,41 @@ TW_API uint64_t v_htonq(uint64_t value);
 TW_API uint64_t v_ntohq(uint64_t value);
 TW_API int v_test_byte_order(void);
 
+/* ---- UTF-8 and wide characters ----
+ * Sizes and results are size_t counts: bytes for UTF-8 buffers, wide
+ * characters for wide ones, terminators not counted in results. The utf8_
+ * family decodes leniently (continuation bytes are not checked), combines
+ * surrogate pairs whose high half lies in 0xD801-0xDBFE, and reads the
+ * over-long three-byte form of the space (the "filler", E0 80 A0) back as a
+ * space. */
+TW_API size_t utf8_wcstombs_len(const tw_wchar_t *src);
+TW_API size_t utf8_wcstombs(char *dst, const tw_wchar_t *src, size_t size);
+TW_API size_t utf8_mbstowcs_len(const char *src);
+TW_API size_t utf8_mbstowcs(tw_wchar_t *dst, const char *src, size_t size);
+/* 32-bit wide forms: one value per character, no surrogate pairs. */
+TW_API size_t utf8_wcstombs32_len(const tw_wchar32_t *src);
+TW_API size_t utf8_wcstombs32(char *dst, const tw_wchar32_t *src, size_t size);
+TW_API size_t utf8_mbstowcs32(tw_wchar32_t *dst, const char *src, size_t size);
+/* Filler form: every space written as E0 80 A0; always terminated (size > 0). */
+TW_API size_t utf8_filler(char *dst, const char *src, size_t size);
+TW_API size_t utf8_wcstombs_ex(char *dst, const tw_wchar_t *src, size_t size);
+/* New heap strings (free with free); null when memory runs out. */
+TW_API char *utf8_char_to_utf8(const char *src);
+TW_API tw_wchar_t *utf8_wchar_from_utf8(const char *src);
+
+/* Bounded all-or-nothing conversions: 0 converted, 1 not (see the sources).
+ * KRNameUnicode2UTF is another name of Q_UnicodeToUTF. */
+TW_API int Q_UnicodeToUTF(char *dst, const tw_wchar_t *src, unsigned int size);
+TW_API int KRNameUnicode2UTF(char *dst, const tw_wchar_t *src, unsigned int size);
+TW_API int Q_UTFToUnicode(tw_wchar_t *dst, const char *src, unsigned int size);
+TW_API int Q_UTF2Unicode(tw_wchar_t *dst, const char *src, unsigned int size);
+
+/* Single-byte names as UTF-8 and back; dst of ucs1_to_utf8 holds twice the
+ * source length plus one. Results are the bytes written. */
+TW_API size_t ucs1_to_utf8(const char *src, char *dst);
+TW_API size_t ucs1_to_utf8_v2(const char *src, char *dst);
+TW_API size_t utf8_to_ucs1(const char *src, char *dst);
+
 TW_EXTERN_C_END
 
 #endif

@@ -45,7 +45,18 @@ void RegistryFixture::set_dword(const std::string &subkey, const std::string &na
     set_raw(subkey, name, 4 /* REG_DWORD */, &value, sizeof value, root);
 }
 
-void RegistryFixture::set_path(const std::string &name, const std::string &value) { set_string("Paths", name, value); }
+void RegistryFixture::set_path(const std::string &name, const std::string &value) {
+    std::string escaped;
+    for (char c : value) {
+        if (c == '\\' || c == '$') escaped += '\\';
+        escaped += c;
+    }
+    set_path_template(name, escaped);
+}
+
+void RegistryFixture::set_path_template(const std::string &name, const std::string &template_text) {
+    set_string("Paths", name, template_text);
+}
 
 void RegistryFixture::remove_value(const std::string &subkey, const std::string &name, Root root) {
     twcommon_testhook_registry(root, full_key(subkey).c_str(), name.c_str(), 0, nullptr, 0);

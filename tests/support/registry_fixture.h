@@ -22,8 +22,13 @@ public:
     RegistryFixture(const RegistryFixture &) = delete;
     RegistryFixture &operator=(const RegistryFixture &) = delete;
 
-    // A row of the Paths key: symbolic name and template (REG_SZ).
+    // A row of the Paths key whose value is exactly this text (a directory,
+    // say): backslashes and dollars are escaped as the rows are written, so
+    // getOrrickString(name) gives value back.
     void set_path(const std::string &name, const std::string &value);
+    // A row of the Paths key written as it stands: a template with its
+    // references and escapes (REG_SZ).
+    void set_path_template(const std::string &name, const std::string &template_text);
     // A value under the product key; subkey is relative to it ("" for the key itself).
     void set_string(const std::string &subkey, const std::string &name, const std::string &value,
                     Root root = local_machine);
