@@ -53,11 +53,14 @@ size_t encoded_length(uint32_t c) {
 
 // Writes the length bytes of c: continuation bytes from last to first, then the lead.
 void encode(char *out, uint32_t c, size_t length) {
-    for (size_t i = length - 1; i > 0; --i) {
-        out[i] = char(0x80 | (c & 0x3F));
-        c >>= 6;
+    switch (length) {
+        case 6: out[5] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 5: out[4] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 4: out[3] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 3: out[2] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 2: out[1] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        default: out[0] = char(kFirstByteMark[length] | c);
     }
-    out[0] = char(kFirstByteMark[length] | c);
 }
 
 // Reads one character of UTF-8 at p into value and advances p; false when the
@@ -74,6 +77,9 @@ bool decode(const unsigned char *&p, uint32_t &value) {
     return true;
 }
 
+inline uint32_t code_unit(tw_wchar_t c) { return uint16_t(c); }
+inline uint32_t code_unit(tw_wchar32_t c) { return uint32_t(c); }
+
 // One code point of a 16-bit wide string, combining a recognised pair.
 uint32_t next_code_point(const tw_wchar_t *&p) {
     uint32_t c = uint16_t(*p++);
@@ -89,6 +95,13 @@ uint32_t next_code_point(const tw_wchar_t *&p) {
 
 uint32_t next_code_point(const tw_wchar32_t *&p) { return uint32_t(*p++); }
 
+// Whether a 16-bit unit is a high half that next_code_point combines.
+bool starts_pair(const tw_wchar_t *p) {
+    uint32_t c = uint16_t(*p);
+    return c >= 0xD801 && c <= 0xDBFE && uint16_t(p[1]) >= 0xDC00 && uint16_t(p[1]) <= 0xDFFF;
+}
+bool starts_pair(const tw_wchar32_t *) { return false; }
+
 template <typename Wide>
 size_t wide_to_utf8_length(const Wide *src) {
     if (!src) return 0;
@@ -97,15 +110,49 @@ size_t wide_to_utf8_length(const Wide *src) {
     return n;
 }
 
+// True for the ASCII characters 1-127, which every loop takes first.
+inline bool is_ascii(uint32_t c) { return c - 1 < 0x7F; }
+
 template <typename Wide>
 size_t wide_to_utf8(char *dst, const Wide *src, size_t size) {
     if (!dst || !src) return 0;
     size_t n = 0;
     for (;;) {
-        while (uint32_t(*src) - 1 < 0x7F && n < size) dst[n++] = char(*src++);  // ASCII run
-        if (!*src || n >= size) break;
+        // ASCII run, bounded by the room left; four at a time first (each
+        // unit is read only once the one before it proved not to end the text).
+        size_t run = 0, room = size - n;
+        while (room - run >= 4 && is_ascii(code_unit(src[run])) && is_ascii(code_unit(src[run + 1])) &&
+               is_ascii(code_unit(src[run + 2])) && is_ascii(code_unit(src[run + 3]))) {
+            for (int i = 0; i < 4; ++i) dst[n + run + i] = char(src[run + i]);
+            run += 4;
+        }
+        while (run < room && is_ascii(code_unit(src[run]))) {
+            dst[n + run] = char(src[run]);
+            ++run;
+        }
+        n += run;
+        src += run;
+        uint32_t c = code_unit(*src);
+        if (c == 0 || n >= size) break;
+        if (c < 0x800) {  // two bytes, the other common case
+            if (size - n < 2) break;
+            dst[n] = char(0xC0 | (c >> 6));
+            dst[n + 1] = char(0x80 | (c & 0x3F));
+            n += 2;
+            ++src;
+            continue;
+        }
+        if (c < 0x10000 && !starts_pair(src)) {  // three bytes, the rest of the BMP
+            if (size - n < 3) break;
+            dst[n] = char(0xE0 | (c >> 12));
+            dst[n + 1] = char(0x80 | ((c >> 6) & 0x3F));
+            dst[n + 2] = char(0x80 | (c & 0x3F));
+            n += 3;
+            ++src;
+            continue;
+        }
         const Wide *next = src;
-        uint32_t c = next_code_point(next);
+        c = next_code_point(next);
         size_t length = encoded_length(c);
         if (length > size - n) break;
         encode(dst + n, c, length);
@@ -119,38 +166,49 @@ size_t wide_to_utf8(char *dst, const Wide *src, size_t size) {
 // Wide units a decoded value takes in the 16-bit form.
 size_t utf16_units(uint32_t v) { return v >= 0x10000 && v <= 0x10FFFF ? 2 : 1; }
 
-template <typename Wide>
-void put_utf16(Wide *out, uint32_t v) {
-    if (v < 0x10000) {
-        out[0] = Wide(v);
-    } else if (v > 0x10FFFF) {
-        out[0] = Wide(kReplacement);
-    } else {
-        out[0] = Wide(((v - 0x10000) >> 10) + 0xD800);
-        out[1] = Wide(((v - 0x10000) & 0x3FF) + 0xDC00);
-    }
-}
-
 // Decodes UTF-8 into 16-bit units (pairs above 0xFFFF) or 32-bit values.
 template <typename Wide, bool kPairs>
 size_t utf8_to_wide(Wide *dst, const char *src, size_t size) {
     if (!dst || !src) return 0;
     auto p = reinterpret_cast<const unsigned char *>(src);
     size_t n = 0;
-    for (;;) {
-        while (*p && *p < 0x80 && n < size) dst[n++] = Wide(*p++);  // ASCII run
-        if (!*p || n >= size) break;
-        const unsigned char *q = p;
-        uint32_t v;
-        if (!decode(q, v)) break;
-        size_t units = kPairs ? utf16_units(v) : 1;
-        if (units > size - n) break;
-        if (kPairs)
-            put_utf16(dst + n, v);
-        else
-            dst[n] = Wide(v);
-        n += units;
-        p = q;
+    while (n < size) {
+        // ASCII run, as in wide_to_utf8.
+        size_t run = 0, room = size - n;
+        while (room - run >= 4 && is_ascii(p[run]) && is_ascii(p[run + 1]) && is_ascii(p[run + 2]) &&
+               is_ascii(p[run + 3])) {
+            for (int i = 0; i < 4; ++i) dst[n + run + i] = Wide(p[run + i]);
+            run += 4;
+        }
+        while (run < room && is_ascii(p[run])) {
+            dst[n + run] = Wide(p[run]);
+            ++run;
+        }
+        n += run;
+        p += run;
+        uint32_t v = *p;
+        if (v == 0 || n >= size) break;
+        // Two- and three-byte forms inline; the rest through the tables.
+        unsigned extra = kTrailingCount[v];
+        if (extra == 1 && p[1]) {
+            v = (v << 6) + p[1] - kDecodeOffset[1];
+            p += 2;
+        } else if (extra == 2 && p[1] && p[2]) {
+            v = (v << 12) + (uint32_t(p[1]) << 6) + p[2] - kDecodeOffset[2];
+            p += 3;
+        } else if (!decode(p, v)) {
+            break;
+        }
+        if (!kPairs || v < 0x10000) {
+            dst[n++] = Wide(v);
+        } else if (v > 0x10FFFF) {
+            dst[n++] = Wide(kReplacement);
+        } else if (size - n >= 2) {
+            dst[n++] = Wide(((v - 0x10000) >> 10) + 0xD800);
+            dst[n++] = Wide(((v - 0x10000) & 0x3FF) + 0xDC00);
+        } else {
+            break;  // the pair does not fit (p has moved on, but the loop ends here)
+        }
     }
     if (n < size) dst[n] = 0;
     return n;
