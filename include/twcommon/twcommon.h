@@ -6,6 +6,7 @@
 #include "config.h"
 #include "containers.h"
 #include "diag.h"
+#include "locale.h"
 #include "text.h"
 #include "unixnt.h"
 
