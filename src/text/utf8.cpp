@@ -113,51 +113,76 @@ size_t wide_to_utf8_length(const Wide *src) {
 // True for the ASCII characters 1-127, which every loop takes first.
 inline bool is_ascii(uint32_t c) { return c - 1 < 0x7F; }
 
+inline uint32_t code_unit(unsigned char c) { return c; }
+
+// Copies the run of ASCII characters at src, at most room of them; returns
+// its length. The two never overlap, which lets the compiler unroll the loop.
+template <typename In, typename Out>
+size_t copy_ascii_run(Out *__restrict dst, const In *__restrict src, size_t room) {
+    size_t run = 0;
+    // Four at a time while there is room; a character is read only after the
+    // one before it proved not to be the terminator.
+    for (; room - run >= 4; run += 4) {
+        for (size_t i = 0; i < 4; ++i) {
+            uint32_t c = code_unit(src[run + i]);
+            if (!is_ascii(c)) return run + i;
+            dst[run + i] = Out(c);
+        }
+    }
+    for (; run < room; ++run) {
+        uint32_t c = code_unit(src[run]);
+        if (!is_ascii(c)) break;
+        dst[run] = Out(c);
+    }
+    return run;
+}
+
+// Encodes the non-ASCII character at src into out when its bytes fit in
+// room, advancing src; returns the bytes written, 0 when it does not fit.
+template <typename Wide>
+size_t encode_next(char *out, size_t room, const Wide *&src) {
+    uint32_t c = code_unit(*src);
+    if (c < 0x800) {
+        if (room < 2) return 0;
+        out[0] = char(0xC0 | (c >> 6));
+        out[1] = char(0x80 | (c & 0x3F));
+        ++src;
+        return 2;
+    }
+    if (c < 0x10000 && !starts_pair(src)) {
+        if (room < 3) return 0;
+        out[0] = char(0xE0 | (c >> 12));
+        out[1] = char(0x80 | ((c >> 6) & 0x3F));
+        out[2] = char(0x80 | (c & 0x3F));
+        ++src;
+        return 3;
+    }
+    const Wide *next = src;
+    c = next_code_point(next);
+    size_t length = encoded_length(c);
+    if (length > room) return 0;
+    encode(out, c, length);
+    src = next;
+    return length;
+}
+
 template <typename Wide>
 size_t wide_to_utf8(char *dst, const Wide *src, size_t size) {
     if (!dst || !src) return 0;
     size_t n = 0;
     for (;;) {
-        // ASCII run, bounded by the room left; four at a time first (each
-        // unit is read only once the one before it proved not to end the text).
-        size_t run = 0, room = size - n;
-        while (room - run >= 4 && is_ascii(code_unit(src[run])) && is_ascii(code_unit(src[run + 1])) &&
-               is_ascii(code_unit(src[run + 2])) && is_ascii(code_unit(src[run + 3]))) {
-            for (int i = 0; i < 4; ++i) dst[n + run + i] = char(src[run + i]);
-            run += 4;
-        }
-        while (run < room && is_ascii(code_unit(src[run]))) {
-            dst[n + run] = char(src[run]);
-            ++run;
-        }
+        size_t run = copy_ascii_run(dst + n, src, size - n);
         n += run;
         src += run;
         uint32_t c = code_unit(*src);
         if (c == 0 || n >= size) break;
-        if (c < 0x800) {  // two bytes, the other common case
-            if (size - n < 2) break;
-            dst[n] = char(0xC0 | (c >> 6));
-            dst[n + 1] = char(0x80 | (c & 0x3F));
-            n += 2;
-            ++src;
-            continue;
+        // Non-ASCII characters up to the next ASCII one.
+        for (size_t written; c >= 0x80; c = code_unit(*src)) {
+            written = encode_next(dst + n, size - n, src);
+            if (written == 0) break;
+            n += written;
         }
-        if (c < 0x10000 && !starts_pair(src)) {  // three bytes, the rest of the BMP
-            if (size - n < 3) break;
-            dst[n] = char(0xE0 | (c >> 12));
-            dst[n + 1] = char(0x80 | ((c >> 6) & 0x3F));
-            dst[n + 2] = char(0x80 | (c & 0x3F));
-            n += 3;
-            ++src;
-            continue;
-        }
-        const Wide *next = src;
-        c = next_code_point(next);
-        size_t length = encoded_length(c);
-        if (length > size - n) break;
-        encode(dst + n, c, length);
-        n += length;
-        src = next;
+        if (c >= 0x80) break;  // the next character does not fit
     }
     if (n < size) dst[n] = 0;
     return n;
@@ -166,49 +191,58 @@ size_t wide_to_utf8(char *dst, const Wide *src, size_t size) {
 // Wide units a decoded value takes in the 16-bit form.
 size_t utf16_units(uint32_t v) { return v >= 0x10000 && v <= 0x10FFFF ? 2 : 1; }
 
+// Decodes the non-ASCII character at p into out when it fits in room,
+// advancing p; returns the units written, 0 at a sequence cut short by the
+// terminator or when a pair does not fit. Pairs are made only for 16-bit
+// output; 32-bit output takes every value as it is.
+template <typename Wide, bool kPairs>
+size_t decode_next(Wide *out, size_t room, const unsigned char *&p) {
+    uint32_t v = *p;
+    unsigned extra = kTrailingCount[v];
+    const unsigned char *next = p;
+    // Two- and three-byte forms inline; the rest through the tables.
+    if (extra == 1 && p[1]) {
+        v = (v << 6) + p[1] - kDecodeOffset[1];
+        next += 2;
+    } else if (extra == 2 && p[1] && p[2]) {
+        v = (v << 12) + (uint32_t(p[1]) << 6) + p[2] - kDecodeOffset[2];
+        next += 3;
+    } else if (!decode(next, v)) {
+        return 0;
+    }
+    size_t units = 1;
+    if (!kPairs || v < 0x10000) {
+        out[0] = Wide(v);
+    } else if (v > 0x10FFFF) {
+        out[0] = Wide(kReplacement);
+    } else if (room >= 2) {
+        out[0] = Wide(((v - 0x10000) >> 10) + 0xD800);
+        out[1] = Wide(((v - 0x10000) & 0x3FF) + 0xDC00);
+        units = 2;
+    } else {
+        return 0;
+    }
+    p = next;
+    return units;
+}
+
 // Decodes UTF-8 into 16-bit units (pairs above 0xFFFF) or 32-bit values.
 template <typename Wide, bool kPairs>
 size_t utf8_to_wide(Wide *dst, const char *src, size_t size) {
     if (!dst || !src) return 0;
     auto p = reinterpret_cast<const unsigned char *>(src);
     size_t n = 0;
-    while (n < size) {
-        // ASCII run, as in wide_to_utf8.
-        size_t run = 0, room = size - n;
-        while (room - run >= 4 && is_ascii(p[run]) && is_ascii(p[run + 1]) && is_ascii(p[run + 2]) &&
-               is_ascii(p[run + 3])) {
-            for (int i = 0; i < 4; ++i) dst[n + run + i] = Wide(p[run + i]);
-            run += 4;
-        }
-        while (run < room && is_ascii(p[run])) {
-            dst[n + run] = Wide(p[run]);
-            ++run;
-        }
+    for (;;) {
+        size_t run = copy_ascii_run(dst + n, p, size - n);
         n += run;
         p += run;
-        uint32_t v = *p;
-        if (v == 0 || n >= size) break;
-        // Two- and three-byte forms inline; the rest through the tables.
-        unsigned extra = kTrailingCount[v];
-        if (extra == 1 && p[1]) {
-            v = (v << 6) + p[1] - kDecodeOffset[1];
-            p += 2;
-        } else if (extra == 2 && p[1] && p[2]) {
-            v = (v << 12) + (uint32_t(p[1]) << 6) + p[2] - kDecodeOffset[2];
-            p += 3;
-        } else if (!decode(p, v)) {
-            break;
+        if (*p == 0 || n >= size) break;
+        // Non-ASCII characters up to the next ASCII one, while there is room.
+        for (size_t written; *p >= 0x80 && n < size; n += written) {
+            written = decode_next<Wide, kPairs>(dst + n, size - n, p);
+            if (written == 0) break;
         }
-        if (!kPairs || v < 0x10000) {
-            dst[n++] = Wide(v);
-        } else if (v > 0x10FFFF) {
-            dst[n++] = Wide(kReplacement);
-        } else if (size - n >= 2) {
-            dst[n++] = Wide(((v - 0x10000) >> 10) + 0xD800);
-            dst[n++] = Wide(((v - 0x10000) & 0x3FF) + 0xDC00);
-        } else {
-            break;  // the pair does not fit (p has moved on, but the loop ends here)
-        }
+        if (*p >= 0x80) break;  // no room, or a sequence cut short
     }
     if (n < size) dst[n] = 0;
     return n;
