@@ -133,8 +133,8 @@ TEST(ChildCommandLine, SplitsByTheQuotingRules) {
     EXPECT_EQ(quoted.args, expected);
 
     // The program name is kept as typed, backslashes and all, unquoted too
-    // (the build directory holds no blank).
-    ASSERT_EQ(program.find(' '), std::string::npos);
+    // (possible only where the program's path holds no blank).
+    if (program.find(' ') != std::string::npos) GTEST_SKIP() << "the program's path holds a blank";
     line = program + "  \t" + kChildFilter + " " + tail;
     Report plain = run_with_command_line(wide(line), scratch);
     EXPECT_EQ(plain.line, line);
