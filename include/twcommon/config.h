@@ -35,6 +35,11 @@ TW_API char *changeToNTOrrickString(char *text, unsigned int size);
 /* The expanded value of the name whose built-in row stands for this Unix
  * command path; null when there is none. Same ownership as getOrrickString. */
 TW_API const char *UnixToLocalCmd(const char *unix_path);
+/* Calls visit with every name of the table and its expanded value, in the
+ * table's order, while holding the table's lock: visit may look names up
+ * but must not wait for another thread that does. */
+TW_API void forEachOrrickString(void (*visit)(const char *name, const char *value, void *argument),
+                                void *argument);
 
 /* The configuration lock count: lockConfig loads the table and counts up
  * (0 when the table could not be built); unlockConfig counts down and

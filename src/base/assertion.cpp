@@ -1,9 +1,16 @@
-// The C runtime's assertion handler, reached from library code.
+// The C runtime's assertion handler, reached from library code. It is
+// declared here because <assert.h> hides it in builds with NDEBUG.
 #include "base/assertion.h"
 
-#include <assert.h>
 #include <stdio.h>
 #include <stdlib.h>
+
+#if defined(_WIN32)
+extern "C" __declspec(dllimport) void __cdecl _assert(const char *message, const char *file, unsigned line);
+#elif defined(__GLIBC__)
+extern "C" void __assert_fail(const char *expression, const char *file, unsigned int line, const char *function) noexcept
+    __attribute__((noreturn));
+#endif
 
 namespace tw {
 

@@ -143,17 +143,6 @@ Entry *new_entry(const char *name, int name_owned, const char *template_text, in
     return e;
 }
 
-// ---- expansion
-
-const char *resolve_in_table(const char *name, void *) { return getOrrickString(name); }
-
-// The entry's value, expanded and cached on first use; null when memory ran
-// out (nothing is cached then, so a later call tries again).
-const char *value_of(Entry *e) {
-    if (!e->expansion) e->expansion = expand_template(e->template_text, resolve_in_table, nullptr, false);
-    return e->expansion;
-}
-
 // ---- the registry overlay
 
 // Whether the reference to name leads back to row (directly, or through the
@@ -300,6 +289,28 @@ bool table_ready() {
     return true;
 }
 
+// ---- expansion
+
+const char *value_by_name(const char *name);
+
+// References resolve under the lock the caller already holds. A reference
+// that runs out of memory fails the whole expansion, so that no value is
+// cached with a piece missing.
+const char *resolve_in_table(const char *name, void *) { return value_by_name(name); }
+
+// The entry's value, expanded and cached on first use; null when memory ran
+// out (nothing is cached then, so a later call tries again).
+const char *value_of(Entry *e) {
+    if (!e->expansion) e->expansion = expand_template(e->template_text, resolve_in_table, nullptr, false);
+    return e->expansion;
+}
+
+// The value of a name: "" when unknown, null when memory ran out.
+const char *value_by_name(const char *name) {
+    Entry *e = table_ready() ? find_entry(name) : nullptr;
+    return e ? value_of(e) : kNothing;
+}
+
 // ---- the reverse index
 
 // Indexes the entries of every built-in row that names a command by that
@@ -335,10 +346,7 @@ extern "C" {
 
 const char *getOrrickString(const char *name) {
     ModuleLock hold;
-    Entry *e = table_ready() ? find_entry(name) : nullptr;
-    if (!e) return kNothing;
-    const char *value = value_of(e);
-    if (value) return value;
+    if (const char *value = value_by_name(name)) return value;
     report(9, LOG_ERR, "getOrrickString (%s) - Out of memory.", name);
     return kNothing;
 }
@@ -374,6 +382,23 @@ const char *UnixToLocalCmd(const char *unix_path) {
     const char *value = value_of(e);
     if (!value) report(8, LOG_ERR, "UnixToLocalCmd (%s) - Out of memory.", unix_path);
     return value;
+}
+
+void forEachOrrickString(void (*visit)(const char *name, const char *value, void *argument), void *argument) {
+    if (!visit) return;
+    ModuleLock hold;
+    if (!table_ready()) return;
+    struct Visit {
+        void (*visit)(const char *, const char *, void *);
+        void *argument;
+    } v{visit, argument};
+    AVLiterate(module.table, [](void *item, void *context) {
+        auto *e = static_cast<Entry *>(item);
+        auto *v = static_cast<Visit *>(context);
+        const char *value = value_of(e);
+        if (!value) report(9, LOG_ERR, "getOrrickString (%s) - Out of memory.", e->name);
+        v->visit(e->name, value ? value : kNothing, v->argument);
+    }, &v);
 }
 
 int lockConfig(void) {

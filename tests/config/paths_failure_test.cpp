@@ -1,0 +1,212 @@
+// Failures of the named path table: what is reported to the system log
+// (event, type, insertion strings) and what callers get when memory runs out.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "support/alloc_hook.h"
+#include "support/eventlog_capture.h"
+#include "support/registry_fixture.h"
+#include "twcommon/config.h"
+
+namespace {
+
+using twtest::Event;
+using twtest::EventLogCapture;
+using twtest::FailAllocation;
+using twtest::RegistryFixture;
+
+const char kPathsKey[] = "SOFTWARE\\Quorvex\\Tallowind\\CurrentVersion\\Paths";
+
+// The events with this id.
+std::vector<Event> with_id(const EventLogCapture &capture, uint32_t id) {
+    std::vector<Event> found;
+    for (const Event &e : capture.events())
+        if (e.id == id) found.push_back(e);
+    return found;
+}
+
+void expect_one(const EventLogCapture &capture, uint32_t id, int type, const std::vector<std::string> &strings) {
+    auto found = with_id(capture, id);
+    ASSERT_EQ(1u, found.size()) << "event " << id;
+    EXPECT_EQ(type, found[0].type) << "event " << id;
+    EXPECT_EQ(0u, found[0].category) << "event " << id;
+    EXPECT_EQ(strings, found[0].strings) << "event " << id;
+}
+
+TEST(PathsReports, MissingPathsKeyIsAWarningAndTheBuiltInTableStays) {
+    EventLogCapture capture;
+    EXPECT_STREQ("/usr/tallowind/backup/logs", getOrrickString("BP_LOGS"));
+    expect_one(capture, 7, Event::warning, {kPathsKey});
+    EXPECT_EQ(1u, capture.events().size());
+}
+
+TEST(PathsReports, OneCharacterNameIsRefusedAsOutOfMemory) {
+    RegistryFixture registry;
+    registry.set_path("x", "value");
+    registry.set_path("y", "");  // empty for an unknown name: nothing at all
+    registry.set_path("OK_ROW", "fine");
+    EventLogCapture capture;
+    EXPECT_STREQ("", getOrrickString("x"));
+    EXPECT_STREQ("fine", getOrrickString("OK_ROW"));
+    expect_one(capture, 5, Event::error, {"x"});
+    EXPECT_EQ(1u, capture.events().size());
+}
+
+TEST(PathsReports, ExpandingAnEmptyTemplateGivesANewEmptyString) {
+    ASSERT_NE(0, lockConfig());
+    EventLogCapture capture;
+    char *value = expandOrrickString("");
+    ASSERT_NE(nullptr, value);
+    EXPECT_STREQ("", value);
+    freeOrrickString(value);
+    expect_one(capture, 10, Event::error, {""});
+    value = expandOrrickString(nullptr);  // none is no failure
+    ASSERT_NE(nullptr, value);
+    EXPECT_STREQ("", value);
+    freeOrrickString(value);
+    EXPECT_EQ(1u, capture.events().size());
+}
+
+TEST(PathsOutOfMemory, LookupGivesEmptyThenRecovers) {
+    ASSERT_NE(0, lockConfig());
+    EventLogCapture capture;
+    int failures = twtest::for_each_allocation_failure(
+        [] {
+            std::string value = getOrrickString("ADMINCMD_PATH");
+            // Never a value with a piece missing.
+            EXPECT_TRUE(value.empty() || value == "/usr/tallowind/backup/bin/admincmd") << value;
+        },
+        [](bool) {});
+    EXPECT_GT(failures, 0);
+    EXPECT_STREQ("/usr/tallowind/backup/bin/admincmd", getOrrickString("ADMINCMD_PATH"));
+    EXPECT_STREQ("/usr/tallowind/backup/bin", getOrrickString("BP_BIN"));
+    auto reports = with_id(capture, 9);
+    ASSERT_EQ(size_t(failures), reports.size());
+    for (const Event &e : reports) EXPECT_EQ(std::vector<std::string>{"ADMINCMD_PATH"}, e.strings);
+}
+
+TEST(PathsOutOfMemory, ExpandGivesANewEmptyString) {
+    ASSERT_NE(0, lockConfig());
+    const char *text = "$BP_BIN-${ _ps }x\\$";
+    EventLogCapture capture;
+    int empty_results = 0;
+    int failures = twtest::for_each_allocation_failure(
+        [&] {
+            char *value = expandOrrickString(text);
+            // Null only if the empty string itself could not be had, which
+            // one failing allocation cannot cause.
+            ASSERT_NE(nullptr, value);
+            std::string copy = value;
+            freeOrrickString(value);
+            if (copy.empty()) ++empty_results;
+            else EXPECT_EQ("/usr/tallowind/backup/bin-/x$", copy);
+        },
+        [](bool) {});
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(failures, empty_results);
+    auto reports = with_id(capture, 10);
+    ASSERT_EQ(size_t(failures), reports.size());
+    for (const Event &e : reports) EXPECT_EQ(std::vector<std::string>{text}, e.strings);
+}
+
+TEST(PathsOutOfMemory, UnixToLocalGivesNoneThenRecovers) {
+    ASSERT_NE(0, lockConfig());
+    const char *command = "/usr/tallowind/backup/bin/admincmd/twlabel";
+    EventLogCapture capture;
+    int nones = 0;
+    int failures = twtest::for_each_allocation_failure(
+        [&] {
+            const char *value = UnixToLocalCmd(command);
+            if (!value) ++nones;
+            else EXPECT_STREQ(command, value);
+        },
+        [](bool) {});
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(failures, nones);
+    EXPECT_STREQ(command, UnixToLocalCmd(command));
+    EXPECT_STREQ("/usr/tallowind/backup/bin/twjobd", UnixToLocalCmd("/usr/tallowind/backup/bin/twjobd"));
+    auto reports = with_id(capture, 8);
+    ASSERT_EQ(size_t(failures), reports.size());
+    for (const Event &e : reports) EXPECT_EQ(std::vector<std::string>{command}, e.strings);
+}
+
+TEST(PathsOutOfMemory, TableThatCannotBeMadeIsTriedAgain) {
+    unlockConfig();  // makes the module mutex, not the table
+    {
+        FailAllocation fail(1);
+        EXPECT_EQ(0, lockConfig());
+        EXPECT_TRUE(fail.fired());
+    }
+    EXPECT_EQ(0, unlockConfig());
+    EXPECT_NE(0, lockConfig());
+    EXPECT_EQ(1, unlockConfig());
+    EXPECT_STREQ("/usr/tallowind/backup/logs", getOrrickString("BP_LOGS"));
+}
+
+TEST(PathsOutOfMemory, BuiltInRowThatCannotBeAddedIsReported) {
+    unlockConfig();
+    EventLogCapture capture;
+    {
+        // The table, then the first row's entry and its tree node.
+        FailAllocation fail(3);
+        EXPECT_NE(0, lockConfig());
+        EXPECT_TRUE(fail.fired());
+    }
+    auto reports = with_id(capture, 4);
+    ASSERT_EQ(1u, reports.size());
+    EXPECT_EQ(Event::error, reports[0].type);
+    ASSERT_EQ(1u, reports[0].strings.size());
+    const std::string lost = reports[0].strings[0];
+    EXPECT_STREQ("", getOrrickString(lost.c_str()));
+    EXPECT_STREQ("/usr/tallowind/backup/logs", getOrrickString("BP_LOGS"));
+}
+
+TEST(PathsOutOfMemory, QuotingGivesNone) {
+    FailAllocation fail(1);
+    EXPECT_EQ(nullptr, createNTOrrickString("a b"));
+    EXPECT_TRUE(fail.fired());
+    char text[16] = "x\"y\"";
+    FailAllocation again(1);
+    EXPECT_STREQ("x\"y\"", changeToNTOrrickString(text, sizeof text));
+}
+
+TEST(PathsOutOfMemory, PathsFileSkipsAValueItCannotHold) {
+    RegistryFixture registry;
+    registry.set_path("ROW_ONE", "one");
+    registry.set_path("ROW_TWO", "two");
+    int nones = 0;
+    twtest::for_each_allocation_failure(
+        [&] {
+            PathsFile *file = openPathsFile();
+            if (!file) ++nones;
+            closePathsFile(file);
+        },
+        [](bool) {});
+    EXPECT_GT(nones, 0);
+
+    PathsFile *file = openPathsFile();
+    ASSERT_NE(nullptr, file);
+    EventLogCapture capture;
+    char *name = nullptr, *value = nullptr;
+    {
+        FailAllocation fail(1);
+        EXPECT_EQ(1, readPathsFile(file, &name, &value));
+        EXPECT_TRUE(fail.fired());
+    }
+    EXPECT_EQ(nullptr, name);
+    EXPECT_EQ(nullptr, value);
+    expect_one(capture, 12, Event::error, {kPathsKey, "0"});
+    ASSERT_EQ(1, readPathsFile(file, &name, &value));  // on with the next value
+    ASSERT_TRUE(name && value);
+    EXPECT_STREQ("ROW_TWO", name);
+    EXPECT_STREQ("two", value);
+    std::free(name);
+    std::free(value);
+    EXPECT_EQ(0, readPathsFile(file, &name, &value));
+    closePathsFile(file);
+}
+
+}  // namespace
