@@ -11,8 +11,10 @@
 #include <string>
 #include <thread>
 
+#include "support/alloc_hook.h"
 #include "support/registry_fixture.h"
 #include "support/scratch.h"
+#include "twcommon/config.h"
 #include "twcommon/diag.h"
 
 namespace fs = std::filesystem;
@@ -67,6 +69,27 @@ TEST(NotifyScript, QuotedPathWithBlankComponentsStarts) {
     std::string script = write_script(fs::path(scratch.file("notify dir")) / "a b" / "notify.cmd", kWriteMark);
     EXPECT_EQ(runNotifyScript(("\"" + script + "\" " + out).c_str()), 0);
     EXPECT_EQ(read_file(out).substr(0, 3), "ran");
+}
+
+TEST(NotifyScript, WithoutMemoryForTheSplitTheQuotedLineRunsAsItIs) {
+    twtest::ScratchDir scratch;
+    std::string out = scratch.file("out.txt");
+    std::string script = write_script(fs::path(scratch.file("notify dir")) / "notify.cmd", kWriteMark);
+    std::string command = "\"" + script + "\" " + out;
+    (void)getOrrickString("KR_DIR");  // the path table is loaded before counting allocations
+    int result = 0, ran_despite_failure = 0;
+    twtest::for_each_allocation_failure(
+        [&] {
+            fs::remove(out);
+            result = runNotifyScript(command.c_str());
+        },
+        [&](bool failed) {
+            // A failed start is the only other answer.
+            EXPECT_TRUE(result == 0 || result == -1);
+            EXPECT_EQ(result == 0, fs::exists(out));
+            if (failed && result == 0) ++ran_despite_failure;
+        });
+    EXPECT_GE(ran_despite_failure, 2);  // the application name and the rebuilt line
 }
 
 TEST(NotifyScript, ProgramUnderAnInstallRootWithABlankIsQuotedFirst) {
