@@ -106,7 +106,8 @@ TEST(NotifyScript, ProgramUnderAnInstallRootWithABlankIsQuotedFirst) {
 TEST(NotifyScript, NoWaitReturnsWhileTheScriptRuns) {
     twtest::ScratchDir scratch;
     std::string go = scratch.file("go.txt"), done = scratch.file("done.txt");
-    std::string script = write_script(scratch.file("waits.cmd"), ":wait\r\nif not exist %1 goto wait\r\necho done>%2\r\n");
+    std::string script =
+        write_script(scratch.file("waits.cmd"), ":wait\r\nif not exist %1 goto wait\r\necho done>%2\r\n");
     EXPECT_EQ(runNotifyScriptNoWait((script + " " + go + " " + done).c_str()), 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     EXPECT_FALSE(fs::exists(done));  // still waiting for its signal
