@@ -7,9 +7,7 @@
  *
  * When the command line begins with a quoted program path, that path is
  * passed as the application name, and the command line names the program
- * with each path component holding white space quoted on its own, which
- * the command interpreter accepts where a quote around the whole path may
- * be misread.
+ * with each path component holding white space quoted on its own.
  */
 #include <windows.h>
 
