@@ -278,11 +278,15 @@ bool load_file(LocaleRecord *record, CatalogFile *file, const char *id) {
     tw::mem_free(path);
     if (!file->file) return true;
 
+    // Escapes are decoded under the catalogue locale's character classes, so
+    // that no byte of a multi-byte character is taken for a backslash.
     char saved_ctype[256];
     const char *current = std::setlocale(LC_CTYPE, nullptr);
-    const bool switched = current && std::strlen(current) < sizeof saved_ctype &&
-                          Q_strlcpy(saved_ctype, current, sizeof saved_ctype) >= 0 &&
-                          std::setlocale(LC_CTYPE, record->real_name) != nullptr;
+    bool switched = false;
+    if (current && std::strlen(current) < sizeof saved_ctype) {
+        Q_strlcpy(saved_ctype, current, sizeof saved_ctype);
+        switched = std::setlocale(LC_CTYPE, record->real_name) != nullptr;
+    }
     LoadContext context{record->name, ++last_load};
     const bool complete = tw::locale::read_catalog(file->file, id, cache_line, &context);
     if (switched) std::setlocale(LC_CTYPE, saved_ctype);
