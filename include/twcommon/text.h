@@ -119,8 +119,13 @@ TW_API size_t utf8_wcstombs_ex(char *dst, const tw_wchar_t *src, size_t size);
 TW_API char *utf8_char_to_utf8(const char *src);
 TW_API tw_wchar_t *utf8_wchar_from_utf8(const char *src);
 
-/* Bounded all-or-nothing conversions: 0 converted, 1 not (see the sources).
- * KRNameUnicode2UTF is another name of Q_UnicodeToUTF. */
+/* Bounded all-or-nothing conversions. Q_UnicodeToUTF takes 16-bit units one
+ * by one (no pairs): 0 when the text fit with its terminator (or there was no
+ * text or no size), else 1 with dst empty; KRNameUnicode2UTF is another name
+ * of it. Q_UTFToUnicode and Q_UTF2Unicode decode strict UTF-8 (one- to
+ * three-byte forms): 0 when decoded and it fit; 1 when dst is null, when the
+ * text did not fit (dst empty) or when it is not valid UTF-8 (dst then holds
+ * it converted from the ANSI code page, or is empty). */
 TW_API int Q_UnicodeToUTF(char *dst, const tw_wchar_t *src, unsigned int size);
 TW_API int KRNameUnicode2UTF(char *dst, const tw_wchar_t *src, unsigned int size);
 TW_API int Q_UTFToUnicode(tw_wchar_t *dst, const char *src, unsigned int size);

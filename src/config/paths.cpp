@@ -15,6 +15,7 @@
  * - Everything here is guarded by one recursive module mutex; expansion
  *   takes it again for each reference it resolves.
  */
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -47,9 +48,18 @@ struct Entry {
 
 const char kNothing[] = "";  // the value of every unknown name
 
+// Once the table is complete, lookups by name go through a hash index of
+// the same entries (open addressing, a power-of-two number of slots at
+// least twice the entries); the tree stays the table itself.
+struct NameIndex {
+    Entry **slots = nullptr;
+    size_t mask = 0;
+};
+
 struct Module {
     AVLtree *table = nullptr;
     AVLtree *reverse_index = nullptr;
+    NameIndex by_name;
     int lock_count = 0;
     bool exit_handler_registered = false;
 };
@@ -130,8 +140,50 @@ void release_entry(void *item) {
     tw::mem_free(e);
 }
 
+// The first and the last eight bytes and the length: cheap, and enough to
+// tell the table's names apart (a collision only costs a probe).
+size_t hash_name(const char *name, size_t length) {
+    uint64_t head = 0, tail = 0;
+    if (length >= 8) {
+        std::memcpy(&head, name, 8);
+        std::memcpy(&tail, name + length - 8, 8);
+    } else {
+        for (size_t i = 0; i < length; ++i) head = head << 8 | static_cast<unsigned char>(name[i]);
+    }
+    const uint64_t h = head * 0x9E3779B97F4A7C15ull ^ (tail + length) * 0xC2B2AE3D27D4EB4Full;
+    return size_t(h ^ h >> 29);
+}
+
+void index_entry(void *item, void *argument) {
+    auto *index = static_cast<NameIndex *>(argument);
+    auto *e = static_cast<Entry *>(item);
+    size_t i = hash_name(e->name, std::strlen(e->name)) & index->mask;
+    while (index->slots[i]) i = (i + 1) & index->mask;
+    index->slots[i] = e;
+}
+
+void count_entry(void *, void *argument) { ++*static_cast<size_t *>(argument); }
+
+// Without memory for it, lookups simply stay with the tree.
+void build_name_index() {
+    size_t entries = 0;
+    AVLiterate(module.table, count_entry, &entries);
+    size_t slots = 16;
+    while (slots < 2 * entries) slots *= 2;
+    NameIndex index{static_cast<Entry **>(tw::mem_calloc(slots, sizeof(Entry *))), slots - 1};
+    if (!index.slots) return;
+    AVLiterate(module.table, index_entry, &index);
+    module.by_name = index;
+}
+
 Entry *find_entry(const char *name) {
     if (!module.table || !name) return nullptr;
+    if (const NameIndex &index = module.by_name; index.slots) {
+        const size_t length = std::strlen(name);
+        for (size_t i = hash_name(name, length) & index.mask; Entry *e = index.slots[i]; i = (i + 1) & index.mask)
+            if (std::strcmp(e->name, name) == 0) return e;
+        return nullptr;
+    }
     Entry key{};
     key.name = name;
     return static_cast<Entry *>(AVLretrieve(module.table, &key));
@@ -273,6 +325,8 @@ void close_module() {
     AVLclose(module.reverse_index);  // first: it holds references into the table
     AVLclose(module.table);
     module.reverse_index = module.table = nullptr;
+    tw::mem_free(module.by_name.slots);
+    module.by_name = NameIndex{};
     module.lock_count = 0;
     tw::os::mutex_close(module_mutex.exchange(nullptr));
 }
@@ -285,6 +339,7 @@ bool table_ready() {
     if (!module.table) return false;
     for (size_t i = 0; i < kBuiltinRowCount; ++i) add_builtin_row(kBuiltinRows[i]);
     apply_registry();
+    build_name_index();
     if (!module.exit_handler_registered) module.exit_handler_registered = std::atexit(close_module) == 0;
     return true;
 }

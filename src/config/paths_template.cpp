@@ -72,23 +72,15 @@ TokenSpan scan(const char **cursor, Mode mode, Source *source) {
     return span;
 }
 
-char *copy_range(const char *begin, const char *end, bool backslash_first) {
-    const size_t n = size_t(end - begin);
-    char *text = static_cast<char *>(mem_alloc(n + backslash_first + 1));
-    if (!text) return nullptr;
-    text[0] = '\\';
-    std::memcpy(text + backslash_first, begin, n);
-    text[n + backslash_first] = '\0';
-    return text;
-}
-
-char *copy_unescaped(const char *begin, const char *end) {
-    char *text = static_cast<char *>(mem_alloc(size_t(end - begin) + 1));
-    if (!text) return nullptr;
-    char *out = text;
-    for (const char *p = begin; p < end; ++p) *out++ = *p == '\\' ? *++p : *p;
-    *out = '\0';
-    return text;
+// A token whose text, of length n, is written into its own block by fill.
+template <typename Fill>
+Token *new_token(int kind, size_t n, Fill fill) {
+    Token *t = static_cast<Token *>(mem_alloc(sizeof(Token) + n + 1));
+    if (!t) return nullptr;
+    char *text = reinterpret_cast<char *>(t + 1);
+    fill(text);
+    *t = Token{nullptr, text, kind};
+    return t;
 }
 
 bool needs_braces(const Token *reference, const Token *written_after) {
@@ -107,7 +99,6 @@ size_t written_length(const Token *t, const Token *written_after) {
 void free_tokens(Token *newest) {
     while (newest) {
         Token *older = newest->next;
-        mem_free(newest->text);
         mem_free(newest);
         newest = older;
     }
@@ -123,24 +114,33 @@ int next_token(const char **cursor, Mode mode, Token **token) {
     Source src;
     const TokenSpan span = scan(cursor, mode, &src);
     if (!span.kind) return 1;
-    char *text;
-    if (span.kind == kReference)
-        text = copy_range(span.name, span.name_end, false);
-    else if (*src.begin == '$')
-        text = copy_range(src.begin, src.end, true);
-    else if (span.kind == kEscapedLiteral)
-        text = copy_unescaped(src.begin, src.end);
-    else
-        text = copy_range(src.begin, src.end, false);
-    if (!text) return 0;
-    Token *t = static_cast<Token *>(mem_alloc(sizeof(Token)));
-    if (!t) {
-        mem_free(text);
-        return 0;
+    const size_t n = size_t(src.end - src.begin);
+    Token *t;
+    if (span.kind == kReference) {
+        const size_t length = size_t(span.name_end - span.name);
+        t = new_token(span.kind, length, [&](char *text) {
+            std::memcpy(text, span.name, length);
+            text[length] = '\0';
+        });
+    } else if (*src.begin == '$') {  // a '$' that names nothing
+        t = new_token(span.kind, n + 1, [&](char *text) {
+            text[0] = '\\';
+            std::memcpy(text + 1, src.begin, n);
+            text[n + 1] = '\0';
+        });
+    } else if (span.kind == kEscapedLiteral) {
+        t = new_token(span.kind, n, [&](char *text) {
+            for (const char *p = src.begin; p < src.end; ++p) *text++ = *p == '\\' ? *++p : *p;
+            *text = '\0';
+        });
+    } else {
+        t = new_token(span.kind, n, [&](char *text) {
+            std::memcpy(text, src.begin, n);
+            text[n] = '\0';
+        });
     }
-    *t = Token{nullptr, text, span.kind};
     *token = t;
-    return 1;
+    return t != nullptr;
 }
 
 const char *reassemble(const Token *newest, const char *input, bool insist_new) {
@@ -194,13 +194,11 @@ const char *expand_template(const char *text, Resolver resolve, void *context, b
         if (t->kind != kReference) continue;
         // The value goes in as literal text, not scanned again.
         const char *value = resolve(t->text, context);
-        char *copy = value ? copy_range(value, value + std::strlen(value), false) : nullptr;
-        if (!copy) {
+        if (!value) {
             free_tokens(newest);
             return nullptr;
         }
-        mem_free(t->text);
-        t->text = copy;
+        t->text = value;
         t->kind = kEscapedLiteral;
     }
     const char *result = reassemble(newest, text, insist_new);

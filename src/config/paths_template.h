@@ -25,8 +25,9 @@ enum TokenKind {
 enum class Mode { store, expand };
 
 struct Token {
-    Token *next;  // the token before this one: lists are newest first
-    char *text;   // heap; the bare name for a reference
+    Token *next;       // the token before this one: lists are newest first
+    const char *text;  // in the token's own block (the bare name for a
+                       // reference), or a resolved value it only points at
     int kind;
 };
 
@@ -54,7 +55,8 @@ const char *reassemble(const Token *newest, const char *input, bool insist_new);
 using Resolver = const char *(*)(const char *name, void *context);
 
 // The value of a template: its references resolved (the values are not
-// scanned again) and escapes removed. Returns the template itself when it is
+// scanned again) and escapes removed. Resolved values must stay unchanged
+// until this returns. Returns the template itself when it is
 // plain text and insist_new is false, else a new heap string; null for an
 // empty template or when memory ran out.
 const char *expand_template(const char *text, Resolver resolve, void *context, bool insist_new);

@@ -53,11 +53,14 @@ size_t encoded_length(uint32_t c) {
 
 // Writes the length bytes of c: continuation bytes from last to first, then the lead.
 void encode(char *out, uint32_t c, size_t length) {
-    for (size_t i = length - 1; i > 0; --i) {
-        out[i] = char(0x80 | (c & 0x3F));
-        c >>= 6;
+    switch (length) {
+        case 6: out[5] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 5: out[4] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 4: out[3] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 3: out[2] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        case 2: out[1] = char(0x80 | (c & 0x3F)), c >>= 6; [[fallthrough]];
+        default: out[0] = char(kFirstByteMark[length] | c);
     }
-    out[0] = char(kFirstByteMark[length] | c);
 }
 
 // Reads one character of UTF-8 at p into value and advances p; false when the
@@ -74,6 +77,9 @@ bool decode(const unsigned char *&p, uint32_t &value) {
     return true;
 }
 
+inline uint32_t code_unit(tw_wchar_t c) { return uint16_t(c); }
+inline uint32_t code_unit(tw_wchar32_t c) { return uint32_t(c); }
+
 // One code point of a 16-bit wide string, combining a recognised pair.
 uint32_t next_code_point(const tw_wchar_t *&p) {
     uint32_t c = uint16_t(*p++);
@@ -89,6 +95,13 @@ uint32_t next_code_point(const tw_wchar_t *&p) {
 
 uint32_t next_code_point(const tw_wchar32_t *&p) { return uint32_t(*p++); }
 
+// Whether a 16-bit unit is a high half that next_code_point combines.
+bool starts_pair(const tw_wchar_t *p) {
+    uint32_t c = uint16_t(*p);
+    return c >= 0xD801 && c <= 0xDBFE && uint16_t(p[1]) >= 0xDC00 && uint16_t(p[1]) <= 0xDFFF;
+}
+bool starts_pair(const tw_wchar32_t *) { return false; }
+
 template <typename Wide>
 size_t wide_to_utf8_length(const Wide *src) {
     if (!src) return 0;
@@ -97,20 +110,79 @@ size_t wide_to_utf8_length(const Wide *src) {
     return n;
 }
 
+// True for the ASCII characters 1-127, which every loop takes first.
+inline bool is_ascii(uint32_t c) { return c - 1 < 0x7F; }
+
+inline uint32_t code_unit(unsigned char c) { return c; }
+
+// Copies the run of ASCII characters at src, at most room of them; returns
+// its length. The two never overlap, which lets the compiler unroll the loop.
+template <typename In, typename Out>
+size_t copy_ascii_run(Out *__restrict dst, const In *__restrict src, size_t room) {
+    size_t run = 0;
+    // Four at a time while there is room; a character is read only after the
+    // one before it proved not to be the terminator.
+    for (; room - run >= 4; run += 4) {
+        for (size_t i = 0; i < 4; ++i) {
+            uint32_t c = code_unit(src[run + i]);
+            if (!is_ascii(c)) return run + i;
+            dst[run + i] = Out(c);
+        }
+    }
+    for (; run < room; ++run) {
+        uint32_t c = code_unit(src[run]);
+        if (!is_ascii(c)) break;
+        dst[run] = Out(c);
+    }
+    return run;
+}
+
+// Encodes the non-ASCII character at src into out when its bytes fit in
+// room, advancing src; returns the bytes written, 0 when it does not fit.
+template <typename Wide>
+size_t encode_next(char *out, size_t room, const Wide *&src) {
+    uint32_t c = code_unit(*src);
+    if (c < 0x800) {
+        if (room < 2) return 0;
+        out[0] = char(0xC0 | (c >> 6));
+        out[1] = char(0x80 | (c & 0x3F));
+        ++src;
+        return 2;
+    }
+    if (c < 0x10000 && !starts_pair(src)) {
+        if (room < 3) return 0;
+        out[0] = char(0xE0 | (c >> 12));
+        out[1] = char(0x80 | ((c >> 6) & 0x3F));
+        out[2] = char(0x80 | (c & 0x3F));
+        ++src;
+        return 3;
+    }
+    const Wide *next = src;
+    c = next_code_point(next);
+    size_t length = encoded_length(c);
+    if (length > room) return 0;
+    encode(out, c, length);
+    src = next;
+    return length;
+}
+
 template <typename Wide>
 size_t wide_to_utf8(char *dst, const Wide *src, size_t size) {
     if (!dst || !src) return 0;
     size_t n = 0;
     for (;;) {
-        while (uint32_t(*src) - 1 < 0x7F && n < size) dst[n++] = char(*src++);  // ASCII run
-        if (!*src || n >= size) break;
-        const Wide *next = src;
-        uint32_t c = next_code_point(next);
-        size_t length = encoded_length(c);
-        if (length > size - n) break;
-        encode(dst + n, c, length);
-        n += length;
-        src = next;
+        size_t run = copy_ascii_run(dst + n, src, size - n);
+        n += run;
+        src += run;
+        uint32_t c = code_unit(*src);
+        if (c == 0 || n >= size) break;
+        // Non-ASCII characters up to the next ASCII one.
+        for (size_t written; c >= 0x80; c = code_unit(*src)) {
+            written = encode_next(dst + n, size - n, src);
+            if (written == 0) break;
+            n += written;
+        }
+        if (c >= 0x80) break;  // the next character does not fit
     }
     if (n < size) dst[n] = 0;
     return n;
@@ -119,16 +191,39 @@ size_t wide_to_utf8(char *dst, const Wide *src, size_t size) {
 // Wide units a decoded value takes in the 16-bit form.
 size_t utf16_units(uint32_t v) { return v >= 0x10000 && v <= 0x10FFFF ? 2 : 1; }
 
-template <typename Wide>
-void put_utf16(Wide *out, uint32_t v) {
-    if (v < 0x10000) {
+// Decodes the non-ASCII character at p into out when it fits in room,
+// advancing p; returns the units written, 0 at a sequence cut short by the
+// terminator or when a pair does not fit. Pairs are made only for 16-bit
+// output; 32-bit output takes every value as it is.
+template <typename Wide, bool kPairs>
+size_t decode_next(Wide *out, size_t room, const unsigned char *&p) {
+    uint32_t v = *p;
+    unsigned extra = kTrailingCount[v];
+    const unsigned char *next = p;
+    // Two- and three-byte forms inline; the rest through the tables.
+    if (extra == 1 && p[1]) {
+        v = (v << 6) + p[1] - kDecodeOffset[1];
+        next += 2;
+    } else if (extra == 2 && p[1] && p[2]) {
+        v = (v << 12) + (uint32_t(p[1]) << 6) + p[2] - kDecodeOffset[2];
+        next += 3;
+    } else if (!decode(next, v)) {
+        return 0;
+    }
+    size_t units = 1;
+    if (!kPairs || v < 0x10000) {
         out[0] = Wide(v);
     } else if (v > 0x10FFFF) {
         out[0] = Wide(kReplacement);
-    } else {
+    } else if (room >= 2) {
         out[0] = Wide(((v - 0x10000) >> 10) + 0xD800);
         out[1] = Wide(((v - 0x10000) & 0x3FF) + 0xDC00);
+        units = 2;
+    } else {
+        return 0;
     }
+    p = next;
+    return units;
 }
 
 // Decodes UTF-8 into 16-bit units (pairs above 0xFFFF) or 32-bit values.
@@ -138,19 +233,16 @@ size_t utf8_to_wide(Wide *dst, const char *src, size_t size) {
     auto p = reinterpret_cast<const unsigned char *>(src);
     size_t n = 0;
     for (;;) {
-        while (*p && *p < 0x80 && n < size) dst[n++] = Wide(*p++);  // ASCII run
-        if (!*p || n >= size) break;
-        const unsigned char *q = p;
-        uint32_t v;
-        if (!decode(q, v)) break;
-        size_t units = kPairs ? utf16_units(v) : 1;
-        if (units > size - n) break;
-        if (kPairs)
-            put_utf16(dst + n, v);
-        else
-            dst[n] = Wide(v);
-        n += units;
-        p = q;
+        size_t run = copy_ascii_run(dst + n, p, size - n);
+        n += run;
+        p += run;
+        if (*p == 0 || n >= size) break;
+        // Non-ASCII characters up to the next ASCII one, while there is room.
+        for (size_t written; *p >= 0x80 && n < size; n += written) {
+            written = decode_next<Wide, kPairs>(dst + n, size - n, p);
+            if (written == 0) break;
+        }
+        if (*p >= 0x80) break;  // no room, or a sequence cut short
     }
     if (n < size) dst[n] = 0;
     return n;

