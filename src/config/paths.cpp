@@ -103,9 +103,13 @@ private:
 // Names compare from their third character on, then by the first and the
 // second; characters are signed. Names shorter than two characters (never
 // in the table) compare safely all the same.
+const signed char *name_tail(const char *name) {
+    const char *tail = name[0] && name[1] ? name + 2 : name + (name[0] != 0);
+    return reinterpret_cast<const signed char *>(tail);
+}
+
 int compare_names(const char *a, const char *b) {
-    auto tail = [](const char *s) { return reinterpret_cast<const signed char *>(s[0] && s[1] ? s + 2 : s + (s[0] != 0)); };
-    const signed char *x = tail(a), *y = tail(b);
+    const signed char *x = name_tail(a), *y = name_tail(b);
     while (*x && *x == *y) ++x, ++y;
     if (*x != *y) return *x - *y;
     if (a[0] != b[0] || !a[0]) return static_cast<signed char>(a[0]) - static_cast<signed char>(b[0]);
