@@ -69,7 +69,7 @@ struct HelpCompanions {
     size_t stem_length;
 };
 
-bool is_help_viewer_file(const char *extension) {
+bool is_help_document(const char *extension) {
     return equal_ignoring_case(extension, "cnt") || equal_ignoring_case(extension, "hlp") ||
            equal_ignoring_case(extension, "pdf");
 }
@@ -78,7 +78,7 @@ void remove_help_companion(const char *name, void *context) {
     auto &help = *static_cast<HelpCompanions *>(context);
     if (!after_stem(name, help.stem, help.stem_length)) return;
     const char *extension = std::strrchr(name, '.') + 1;
-    if (*extension == '\0' || is_help_viewer_file(extension)) return;
+    if (*extension == '\0' || is_help_document(extension)) return;
     char path[1024];
     Q_snprintf(path, sizeof path, "%s%s%s", help.dir, tw::os::path_separator, name);
     tw::os::remove_file(path);
@@ -120,7 +120,8 @@ void RemoveHelpFiles(const char *help_path) {
     char stem[1024];
     Q_strlncpy(stem, base, unsigned(stem_length), sizeof stem);
     const char *dir = getOrrickString("TW_HELP_DIR");
-    HelpCompanions help{dir ? dir : "", stem, std::strlen(stem)};
+    if (!dir || !*dir) return;  // no help directory: never the drive's root instead
+    HelpCompanions help{dir, stem, std::strlen(stem)};
     tw::os::list_directory_names(help.dir, remove_help_companion, &help);
 }
 

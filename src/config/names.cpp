@@ -43,7 +43,9 @@ private:
 
 // Bytes of the character at p: a lead byte and its trail form one character.
 size_t single_byte(const char *) { return 1; }
-size_t code_page_character(const char *p) { return tw::os::is_lead_byte(static_cast<unsigned char>(p[0])) && p[1] ? 2 : 1; }
+size_t code_page_character(const char *p) {
+    return tw::os::is_lead_byte(static_cast<unsigned char>(p[0])) && p[1] ? 2 : 1;
+}
 
 using CharacterLength = size_t (*)(const char *);
 

@@ -103,12 +103,6 @@ TEST(ModuleIdentity, DerivedFromTheProgramNameOfTheCommandLine) {
 #endif
 }
 
-TEST(ModuleIdentity, DerivedOnceAndKept) {
-    const char *first = getModuleID();
-    EXPECT_STRNE(first, "");
-    EXPECT_EQ(getModuleID(), first);
-}
-
 TEST(ModuleIdentity, SetKeepsAPrivateCopyAndReplacesThePrevious) {
     char name[] = "first";
     EXPECT_EQ(setModuleID(name), 1);
