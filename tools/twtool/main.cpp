@@ -25,8 +25,14 @@ void print_help(FILE *out) {
     std::vector<Command> sorted = table();
     std::sort(sorted.begin(), sorted.end(),
               [](const Command &a, const Command &b) { return std::strcmp(a.name, b.name) < 0; });
-    for (const Command &c : sorted) std::fprintf(out, "  %s\n", c.usage);
-    std::fprintf(out, "  --help               this text\n");
+    for (const Command &c : sorted) {
+        // A usage is "synopsis  description": align the descriptions.
+        const char *gap = std::strstr(c.usage, "  ");
+        int synopsis = gap ? int(gap - c.usage) : int(std::strlen(c.usage));
+        const char *description = gap ? gap + std::strspn(gap, " ") : "";
+        std::fprintf(out, "  %-28.*s %s\n", synopsis, c.usage, description);
+    }
+    std::fprintf(out, "  %-28s %s\n", "--help", "this text");
 }
 
 }  // namespace
