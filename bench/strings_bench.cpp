@@ -14,7 +14,10 @@ namespace {
 const std::string kShort = "/var/opt/tallowind/logs/bpdaemon";
 const std::string kLong(1000, 'x');
 
-const std::string &text_for(const benchmark::State &state) { return state.range(0) ? kLong : kShort; }
+const std::string &text_for(benchmark::State &state) {
+    state.SetLabel(state.range(0) ? "1000 bytes" : "path");
+    return state.range(0) ? kLong : kShort;
+}
 
 template <typename Copy>
 void copy_bench(benchmark::State &state, Copy copy) {

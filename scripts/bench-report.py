@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Prints a Google Benchmark JSON result as ours-beside-peers with ratios.
 
-Benchmarks are named OPERATION/IMPLEMENTATION[/args...]; the implementation
+Benchmarks are named OPERATION/IMPLEMENTATION[/args...], with an optional
+label saying what the arguments select; the implementation
 "twcommon" is ours, every other is a peer measured in the same run. The ratio
 is our time over the peer's (below 1.0: we are faster).
 """
@@ -21,6 +22,8 @@ def main(path):
         if len(parts) < 2:
             continue
         key = "/".join([parts[0]] + parts[2:])
+        if b.get("label"):
+            key += f" ({b['label']})"
         groups.setdefault(key, {})[parts[1]] = b["cpu_time"], b["time_unit"]
     width = max((len(k) for k in groups), default=10)
     print(f"{'operation':<{width}}  {'implementation':<16} {'time':>14}  ours/peer")
