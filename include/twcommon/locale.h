@@ -30,7 +30,7 @@ enum {
 /* One conversion specification of a format, as scanFmtString found it. */
 typedef struct ConvSpec {
     struct ConvSpec *next;
-    /* The specification as written, cut to 63 characters, without the
+    /* The conversion specification as written, cut to 63 characters, without the
      * argument numbers of the N$ forms (so "%2$*1$d" reads "%*d"), with the
      * size letter w written as l and the letter m written as s; empty for %n. */
     char spec[64];
@@ -38,12 +38,12 @@ typedef struct ConvSpec {
     int width_arg;     /* -1, or the number of the argument that gives the width (*) */
     int precision_arg; /* -1, or the number of the argument that gives the precision (.*) */
     int arg;           /* the value's argument number, from 1; -1 for %m and %% */
-    int offset;        /* where the specification starts in the format */
+    int offset;        /* where the conversion specification starts in the format */
     int length;        /* and its length there */
 } ConvSpec;
 
 /* Splits format into its conversion specifications, in order, into *list.
- * Returns the number of malformed specifications met (scanning resumes after
+ * Returns the number of malformed conversion specifications met (scanning resumes after
  * each), or -1 with *list null when memory ran out. */
 TW_API int scanFmtString(const char *format, ConvSpec **list);
 TW_API void freeConvSpecList(ConvSpec *list);

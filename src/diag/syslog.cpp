@@ -115,8 +115,8 @@ void note_kind(Argument *args, int number, ArgKind kind) {
     if (number > 0 && args[number].kind == ArgKind::unset) args[number].kind = kind;
 }
 
-// Reads arguments 1..count by the kinds the specifications gave them; a
-// number no specification names is read as a plain int.
+// Reads arguments 1..count by the kinds the conversion specifications gave them; a
+// number no conversion specification names is read as a plain int.
 void read_arguments(Argument *args, int count, va_list list) {
     for (int n = 1; n <= count; ++n) {
         Argument &a = args[n];
@@ -132,7 +132,7 @@ void read_arguments(Argument *args, int count, va_list list) {
     }
 }
 
-// The runtime formatter over a specification built at run time.
+// The runtime formatter over a conversion specification built at run time.
 int format_spec(char *buf, const char *spec, ...) {
     va_list list;
     va_start(list, spec);
@@ -141,7 +141,7 @@ int format_spec(char *buf, const char *spec, ...) {
     return n;
 }
 
-// Formats one specification with its optional width and precision and value.
+// Formats one conversion specification with its optional width and precision and value.
 template <typename T>
 void format_with(char *buf, const char *spec, const ConvSpec &node, const Argument *args, T value) {
     const int width = node.width_arg > 0 ? int(args[node.width_arg].integer) : 0;
@@ -156,7 +156,7 @@ void format_with(char *buf, const char *spec, const ConvSpec &node, const Argume
         format_spec(buf, spec, value);
 }
 
-// The specification as the runtime formatter reads it. %m formats a narrow
+// The conversion specification as the runtime formatter reads it. %m formats a narrow
 // text whatever size letter it was given. msvcrt takes "I64" and reads "%Lf"
 // as a double; elsewhere those are "ll" and a plain "%f".
 void runtime_spec(const ConvSpec &node, char (&out)[sizeof(ConvSpec::spec) + 1]) {
@@ -184,7 +184,7 @@ void runtime_spec(const ConvSpec &node, char (&out)[sizeof(ConvSpec::spec) + 1])
     out[o] = '\0';
 }
 
-// A specification cut to 63 characters has lost its conversion letter and
+// A conversion specification cut to 63 characters has lost its conversion letter and
 // cannot be formatted safely; it is passed on as written.
 bool is_whole(const ConvSpec &node) {
     size_t n = std::strlen(node.spec);

@@ -1,11 +1,11 @@
 /*
  * The printf-format scanner: splits a format into its conversion
- * specifications with a table-driven state machine over character classes,
+ * conversion specifications with a table-driven state machine over character classes,
  * so that a catalogue format can be compared with the built-in one and each
  * conversion can be formatted on its own (the system log does that).
  *
  * Invariants: nodes come in the order of the format, each with offset and
- * length inside the format; a malformed specification adds no node, counts
+ * length inside the format; a malformed conversion specification adds no node, counts
  * one problem and scanning resumes in the text state after the offending
  * character. Argument numbers count from 1; the implicit counter advances
  * once for each '*' taken without a number and once after every node that
@@ -101,7 +101,7 @@ int kind_of(char letter, bool size_i64) {
     }
 }
 
-// The specification being scanned.
+// The conversion specification being scanned.
 struct Pending {
     ConvSpec node;
     int spec_length;
@@ -225,7 +225,7 @@ int scanFmtString(const char *format, ConvSpec **list) {
             continue;
         }
 
-        // An ordinary transition inside the specification.
+        // An ordinary transition inside the conversion specification.
         switch (next) {
         case number:
             if (state != number) digits_at = spec.spec_length;
