@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 namespace tw {
 
@@ -32,6 +33,16 @@ inline void *mem_realloc(void *block, size_t size) {
 }
 
 inline void mem_free(void *block) { std::free(block); }
+
+// A heap copy of the first length characters of text, terminated; null when
+// memory runs out.
+inline char *copy_text(const char *text, size_t length) {
+    auto copy = static_cast<char *>(mem_alloc(length + 1));
+    if (!copy) return nullptr;
+    std::memcpy(copy, text, length);
+    copy[length] = '\0';
+    return copy;
+}
 
 }  // namespace tw
 

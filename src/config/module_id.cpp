@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "base/alloc.h"
+#include "twcommon/text.h"
 #include "platform/self.h"
 #include "twcommon/config.h"
 
@@ -29,15 +30,7 @@ void keep_identity(char *identity) {
     module_identity = identity;
 }
 
-bool is_white_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
-
-char *copy_of(const char *text, size_t length) {
-    auto copy = static_cast<char *>(tw::mem_alloc(length + 1));
-    if (!copy) return nullptr;
-    std::memcpy(copy, text, length);
-    copy[length] = '\0';
-    return copy;
-}
+bool is_white_space(char c) { return Q_isspace(static_cast<unsigned char>(c)); }
 
 // The program's name from a command line: the first word (white space inside
 // double quotes does not end it), after its last "/", "\" or ":", up to the
@@ -52,7 +45,7 @@ char *identity_from_command_line(const char *line) {
     size_t length = 0;
     while (start[length] && !is_white_space(start[length]) && start[length] != '.') ++length;
     if (length > 0 && start[length - 1] == '"') --length;
-    return copy_of(start, length);
+    return tw::copy_text(start, length);
 }
 
 }  // namespace
@@ -61,7 +54,7 @@ extern "C" {
 
 int setModuleID(const char *identity) {
     if (!identity) return 0;
-    char *copy = copy_of(identity, std::strlen(identity));
+    char *copy = tw::copy_text(identity, std::strlen(identity));
     if (!copy) return 0;
     keep_identity(copy);
     return 1;

@@ -269,8 +269,8 @@ bool apply_registry_row(const char *name, const char *text) {
         return false;
     }
     const size_t length = std::strlen(name);
-    char *name_copy = length >= 2 ? static_cast<char *>(tw::mem_alloc(length + 1)) : nullptr;
-    Entry *e = name_copy ? new_entry(static_cast<char *>(std::memcpy(name_copy, name, length + 1)), 1, owned, 1) : nullptr;
+    char *name_copy = length >= 2 ? tw::copy_text(name, length) : nullptr;
+    Entry *e = name_copy ? new_entry(name_copy, 1, owned, 1) : nullptr;
     if (e && AVLinsert(module.table, e) == e) return true;
     if (e) {
         release_entry(e);  // with its name and template

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "base/alloc.h"
+#include "twcommon/text.h"
 
 namespace tw::paths {
 namespace {
@@ -18,7 +19,7 @@ namespace {
 // Names and white space are ASCII, whatever the code page.
 bool is_name_start(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; }
 bool is_name_char(char c) { return is_name_start(c) || (c >= '0' && c <= '9'); }
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool is_space(char c) { return Q_isspace(static_cast<unsigned char>(c)); }
 
 // Where the text of the token just scanned lies in the source.
 struct Source {

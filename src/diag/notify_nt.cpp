@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "base/alloc.h"
+#include "twcommon/text.h"
 #include "twcommon/diag.h"
 #include "twcommon/unixnt.h"
 
@@ -26,16 +27,8 @@ constexpr DWORD kNotifyCreationFlags = 0x0C000010;
 static_assert(sizeof(STARTUPINFOA) == 68, "the startup information of 32-bit NT");
 #endif
 
-bool is_white_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+bool is_white_space(char c) { return Q_isspace(static_cast<unsigned char>(c)); }
 bool is_separator(char c) { return c == '\\' || c == '/'; }
-
-char *copy_of(const char *text, size_t length) {
-    auto copy = static_cast<char *>(tw::mem_alloc(length + 1));
-    if (!copy) return nullptr;
-    std::memcpy(copy, text, length);
-    copy[length] = '\0';
-    return copy;
-}
 
 // program with every component that holds white space in double quotes,
 // followed by arguments; null when memory runs out.
@@ -71,7 +64,7 @@ int run_notify_script(const char *command, bool wait) {
         const char *program = nt_line + 1;
         const char *close = std::strchr(program, '"');
         size_t length = close ? size_t(close - program) : std::strlen(program);
-        application = copy_of(program, length);
+        application = tw::copy_text(program, length);
         rebuilt = application ? command_line_with_quoted_components(application, program + length + (close ? 1 : 0))
                               : nullptr;
         if (!rebuilt) {  // then the line as it was, without an application name

@@ -281,10 +281,8 @@ void Q_Syslog(uint32_t event_id, int priority, const char *format, ...) {
     for (const ConvSpec *n = specs; n; n = n->next) {
         if (n->kind == CONVSPEC_PERCENT || n->kind == CONVSPEC_COUNT) continue;
         format_node(*n, args, error_text);
-        const size_t length = std::strlen(message_buffer);
-        char *copy = static_cast<char *>(tw::mem_alloc(length + 1));
+        char *copy = tw::copy_text(message_buffer, std::strlen(message_buffer));
         if (!copy) goto done;
-        std::memcpy(copy, message_buffer, length + 1);
         strings[string_count++] = copy;
     }
     tw::diag::report(event_log, event_type(priority), 0, event_id, string_count, strings);

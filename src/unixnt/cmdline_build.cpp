@@ -51,10 +51,8 @@ char *newNTCmdLine(const char *command) {
     // The program path ends at the first blank after the root.
     const char *blank = std::strchr(command + root_length, ' ');
     size_t program_length = blank ? size_t(blank - command) : std::strlen(command);
-    char *program = static_cast<char *>(tw::mem_alloc(program_length + 1));
+    char *program = tw::copy_text(command, program_length);
     if (!program) return nullptr;
-    std::memcpy(program, command, program_length);
-    program[program_length] = '\0';
     char *quoted = createNTOrrickString(program);
     tw::mem_free(program);
     if (!quoted) return block_copy(command);  // unbalanced quotes: leave it as it is
