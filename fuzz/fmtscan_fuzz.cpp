@@ -1,5 +1,5 @@
 // Fuzzing of the printf-format scanner: whatever the format, the nodes lie
-// inside it in increasing order, each starts at a percent sign, spec texts
+// inside it in increasing order, each starts at a percent sign, their texts
 // fit 63 characters, argument numbers are positive where an argument is
 // taken and -1 where none is, the problem count is never negative (memory
 // never runs out here), and scanning without a list counts the same.
@@ -22,12 +22,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (const ConvSpec *n = list; n; n = n->next) {
         if (n->offset < previous_end || n->length < 2 || n->offset + n->length > length) std::abort();
         if (format[size_t(n->offset)] != '%') std::abort();
-        if (std::strlen(n->spec) > 63) std::abort();
+        if (std::strlen(n->text) > 63) std::abort();
         const bool takes_value = n->kind != CONVSPEC_ERRNO && n->kind != CONVSPEC_PERCENT;
         if (takes_value ? n->arg <= 0 : n->arg != -1) std::abort();
         if (n->width_arg == 0 || n->width_arg < -1 || n->precision_arg == 0 || n->precision_arg < -1) std::abort();
         if (n->kind < CONVSPEC_UNKNOWN || n->kind > CONVSPEC_COUNT) std::abort();
-        if (n->kind == CONVSPEC_COUNT ? n->spec[0] != '\0' : n->spec[0] != '%') std::abort();
+        if (n->kind == CONVSPEC_COUNT ? n->text[0] != '\0' : n->text[0] != '%') std::abort();
         previous_end = n->offset + n->length;
     }
     freeConvSpecList(list);

@@ -33,7 +33,7 @@ typedef struct ConvSpec {
     /* The conversion specification as written, cut to 63 characters, without the
      * argument numbers of the N$ forms (so "%2$*1$d" reads "%*d"), with the
      * size letter w written as l and the letter m written as s; empty for %n. */
-    char spec[64];
+    char text[64];
     int kind;          /* CONVSPEC_* */
     int width_arg;     /* -1, or the number of the argument that gives the width (*) */
     int precision_arg; /* -1, or the number of the argument that gives the precision (.*) */

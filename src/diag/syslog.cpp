@@ -133,36 +133,36 @@ void read_arguments(Argument *args, int count, va_list list) {
 }
 
 // The runtime formatter over a conversion specification built at run time.
-int format_spec(char *buf, const char *spec, ...) {
+int format_conversion(char *buf, const char *conversion, ...) {
     va_list list;
-    va_start(list, spec);
-    int n = Q_vsnprintf(buf, kMessageSize, spec, list);
+    va_start(list, conversion);
+    int n = Q_vsnprintf(buf, kMessageSize, conversion, list);
     va_end(list);
     return n;
 }
 
 // Formats one conversion specification with its optional width and precision and value.
 template <typename T>
-void format_with(char *buf, const char *spec, const ConvSpec &node, const Argument *args, T value) {
+void format_with(char *buf, const char *conversion, const ConvSpec &node, const Argument *args, T value) {
     const int width = node.width_arg > 0 ? int(args[node.width_arg].integer) : 0;
     const int precision = node.precision_arg > 0 ? int(args[node.precision_arg].integer) : 0;
     if (node.width_arg > 0 && node.precision_arg > 0)
-        format_spec(buf, spec, width, precision, value);
+        format_conversion(buf, conversion, width, precision, value);
     else if (node.width_arg > 0)
-        format_spec(buf, spec, width, value);
+        format_conversion(buf, conversion, width, value);
     else if (node.precision_arg > 0)
-        format_spec(buf, spec, precision, value);
+        format_conversion(buf, conversion, precision, value);
     else
-        format_spec(buf, spec, value);
+        format_conversion(buf, conversion, value);
 }
 
 // The conversion specification as the runtime formatter reads it. %m formats a narrow
 // text whatever size letter it was given. msvcrt takes "I64" and reads "%Lf"
 // as a double; elsewhere those are "ll" and a plain "%f".
-void runtime_spec(const ConvSpec &node, char (&out)[sizeof(ConvSpec::spec) + 1]) {
+void runtime_conversion(const ConvSpec &node, char (&out)[sizeof(ConvSpec::text) + 1]) {
     const bool errno_text = node.kind == CONVSPEC_ERRNO;
     int o = 0;
-    for (const char *p = node.spec; *p; ++p) {
+    for (const char *p = node.text; *p; ++p) {
         if (p[0] == 'I' && p[1] == '6' && p[2] == '4') {
             p += 2;
             if (errno_text) continue;
@@ -187,31 +187,31 @@ void runtime_spec(const ConvSpec &node, char (&out)[sizeof(ConvSpec::spec) + 1])
 // A conversion specification cut to 63 characters has lost its conversion letter and
 // cannot be formatted safely; it is passed on as written.
 bool is_whole(const ConvSpec &node) {
-    size_t n = std::strlen(node.spec);
-    return n > 0 && std::strchr("%CEGSXcdefginopsux", node.spec[n - 1]) != nullptr;
+    size_t n = std::strlen(node.text);
+    return n > 0 && std::strchr("%CEGSXcdefginopsux", node.text[n - 1]) != nullptr;
 }
 
 void format_node(const ConvSpec &node, const Argument *args, const char *error_text) {
-    char spec[sizeof(ConvSpec::spec) + 1];
-    runtime_spec(node, spec);
+    char conversion[sizeof(ConvSpec::text) + 1];
+    runtime_conversion(node, conversion);
     if (!is_whole(node)) {
-        Q_strlcpy(message_buffer, node.spec, kMessageSize);
+        Q_strlcpy(message_buffer, node.text, kMessageSize);
         return;
     }
     const Argument &value = args[node.arg > 0 ? node.arg : 0];
     switch (node.kind) {
-    case CONVSPEC_ERRNO: format_with(message_buffer, spec, node, args, error_text); break;
-    case CONVSPEC_STRING: format_with(message_buffer, spec, node, args, value.pointer); break;
-    case CONVSPEC_INT64: format_with(message_buffer, spec, node, args, static_cast<long long>(value.integer)); break;
-    case CONVSPEC_DOUBLE: format_with(message_buffer, spec, node, args, value.floating); break;
+    case CONVSPEC_ERRNO: format_with(message_buffer, conversion, node, args, error_text); break;
+    case CONVSPEC_STRING: format_with(message_buffer, conversion, node, args, value.pointer); break;
+    case CONVSPEC_INT64: format_with(message_buffer, conversion, node, args, static_cast<long long>(value.integer)); break;
+    case CONVSPEC_DOUBLE: format_with(message_buffer, conversion, node, args, value.floating); break;
     default:
 #if !defined(_WIN32)
-        if (std::strchr(spec, 'l')) {  // long is wider than int here
-            format_with(message_buffer, spec, node, args, long(int(value.integer)));
+        if (std::strchr(conversion, 'l')) {  // long is wider than int here
+            format_with(message_buffer, conversion, node, args, long(int(value.integer)));
             break;
         }
 #endif
-        format_with(message_buffer, spec, node, args, int(value.integer));
+        format_with(message_buffer, conversion, node, args, int(value.integer));
         break;
     }
 }

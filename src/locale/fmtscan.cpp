@@ -124,16 +124,16 @@ struct Pending {
         append('%');
     }
     void append(char c) {
-        if (spec_length < int(sizeof node.spec) - 1)
-            node.spec[spec_length++] = c;
+        if (spec_length < int(sizeof node.text) - 1)
+            node.text[spec_length++] = c;
         else
             cut = true;
-        node.spec[spec_length] = '\0';
+        node.text[spec_length] = '\0';
     }
     // Drops the spec text back to length (removes an argument number's digits).
     void truncate(int length) {
         if (length < spec_length) spec_length = length;
-        node.spec[spec_length] = '\0';
+        node.text[spec_length] = '\0';
     }
     void add_digit(char c) {
         // Saturates: no format has that many arguments, and an overflow must not wrap.

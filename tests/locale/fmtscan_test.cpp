@@ -9,7 +9,7 @@
 namespace {
 
 struct Node {
-    std::string spec;
+    std::string text;
     int kind, width_arg, precision_arg, arg, offset, length;
 };
 
@@ -22,7 +22,7 @@ Scan scan(const char *format) {
     ConvSpec *list = reinterpret_cast<ConvSpec *>(1);
     Scan result{scanFmtString(format, &list), {}};
     for (ConvSpec *n = list; n; n = n->next)
-        result.nodes.push_back({n->spec, n->kind, n->width_arg, n->precision_arg, n->arg, n->offset, n->length});
+        result.nodes.push_back({n->text, n->kind, n->width_arg, n->precision_arg, n->arg, n->offset, n->length});
     freeConvSpecList(list);
     return result;
 }
@@ -31,12 +31,12 @@ TEST(ScanFmtString, PlainConversionsNumberTheirArgumentsInOrder) {
     Scan s = scan("%d %s");
     EXPECT_EQ(s.problems, 0);
     ASSERT_EQ(s.nodes.size(), 2u);
-    EXPECT_EQ(s.nodes[0].spec, "%d");
+    EXPECT_EQ(s.nodes[0].text, "%d");
     EXPECT_EQ(s.nodes[0].kind, CONVSPEC_INT);
     EXPECT_EQ(s.nodes[0].arg, 1);
     EXPECT_EQ(s.nodes[0].offset, 0);
     EXPECT_EQ(s.nodes[0].length, 2);
-    EXPECT_EQ(s.nodes[1].spec, "%s");
+    EXPECT_EQ(s.nodes[1].text, "%s");
     EXPECT_EQ(s.nodes[1].kind, CONVSPEC_STRING);
     EXPECT_EQ(s.nodes[1].arg, 2);
     EXPECT_EQ(s.nodes[1].offset, 3);
@@ -69,13 +69,13 @@ TEST(ScanFmtString, SpecTextRewritesMAndWAndEmptiesN) {
     Scan s = scan("%-20m|%ws|%n|%I64u|%5.2Lf|%hd|%%");
     EXPECT_EQ(s.problems, 0);
     ASSERT_EQ(s.nodes.size(), 7u);
-    EXPECT_EQ(s.nodes[0].spec, "%-20s");
-    EXPECT_EQ(s.nodes[1].spec, "%ls");
-    EXPECT_EQ(s.nodes[2].spec, "");
-    EXPECT_EQ(s.nodes[3].spec, "%I64u");
-    EXPECT_EQ(s.nodes[4].spec, "%5.2Lf");
-    EXPECT_EQ(s.nodes[5].spec, "%hd");
-    EXPECT_EQ(s.nodes[6].spec, "%%");
+    EXPECT_EQ(s.nodes[0].text, "%-20s");
+    EXPECT_EQ(s.nodes[1].text, "%ls");
+    EXPECT_EQ(s.nodes[2].text, "");
+    EXPECT_EQ(s.nodes[3].text, "%I64u");
+    EXPECT_EQ(s.nodes[4].text, "%5.2Lf");
+    EXPECT_EQ(s.nodes[5].text, "%hd");
+    EXPECT_EQ(s.nodes[6].text, "%%");
 }
 
 TEST(ScanFmtString, ErrnoAndPercentTakeNoArgument) {
@@ -96,7 +96,7 @@ TEST(ScanFmtString, StarsTakeArgumentsBeforeTheValue) {
     ASSERT_EQ(s.nodes.size(), 1u);
     EXPECT_EQ(s.nodes[0].width_arg, 1);
     EXPECT_EQ(s.nodes[0].arg, 2);
-    EXPECT_EQ(s.nodes[0].spec, "%*d");
+    EXPECT_EQ(s.nodes[0].text, "%*d");
 
     s = scan("%-*.*s %.*f %d");
     EXPECT_EQ(s.problems, 0);
@@ -115,20 +115,20 @@ TEST(ScanFmtString, PositionalFormsDropTheirNumbersFromTheSpecText) {
     EXPECT_EQ(s.problems, 0);
     ASSERT_EQ(s.nodes.size(), 2u);
     EXPECT_EQ(s.nodes[0].arg, 2);
-    EXPECT_EQ(s.nodes[0].spec, "%s");
+    EXPECT_EQ(s.nodes[0].text, "%s");
     EXPECT_EQ(s.nodes[0].length, 4);
     EXPECT_EQ(s.nodes[1].arg, 1);
-    EXPECT_EQ(s.nodes[1].spec, "%d");
+    EXPECT_EQ(s.nodes[1].text, "%d");
 
     s = scan("%3$-*1$.*2$f|%12$05x");
     EXPECT_EQ(s.problems, 0);
     ASSERT_EQ(s.nodes.size(), 2u);
-    EXPECT_EQ(s.nodes[0].spec, "%-*.*f");
+    EXPECT_EQ(s.nodes[0].text, "%-*.*f");
     EXPECT_EQ(s.nodes[0].width_arg, 1);
     EXPECT_EQ(s.nodes[0].precision_arg, 2);
     EXPECT_EQ(s.nodes[0].arg, 3);
     EXPECT_EQ(s.nodes[0].length, 12);
-    EXPECT_EQ(s.nodes[1].spec, "%05x");
+    EXPECT_EQ(s.nodes[1].text, "%05x");
     EXPECT_EQ(s.nodes[1].arg, 12);
     EXPECT_EQ(s.nodes[1].offset, 13);
 }
@@ -137,10 +137,10 @@ TEST(ScanFmtString, WidthDigitsWithoutDollarStayAWidth) {
     Scan s = scan("%10d%010.3f%+ #5x%-08.3e");
     EXPECT_EQ(s.problems, 0);
     ASSERT_EQ(s.nodes.size(), 4u);
-    EXPECT_EQ(s.nodes[0].spec, "%10d");
-    EXPECT_EQ(s.nodes[1].spec, "%010.3f");
-    EXPECT_EQ(s.nodes[2].spec, "%+ #5x");
-    EXPECT_EQ(s.nodes[3].spec, "%-08.3e");
+    EXPECT_EQ(s.nodes[0].text, "%10d");
+    EXPECT_EQ(s.nodes[1].text, "%010.3f");
+    EXPECT_EQ(s.nodes[2].text, "%+ #5x");
+    EXPECT_EQ(s.nodes[3].text, "%-08.3e");
     for (int i = 0; i < 4; ++i) EXPECT_EQ(s.nodes[size_t(i)].arg, i + 1);
 }
 
@@ -154,7 +154,7 @@ TEST(ScanFmtString, MalformedSpecificationsAreCountedAndScanningResumes) {
     EXPECT_EQ(s.problems, 4);
     ASSERT_EQ(s.nodes.size(), 2u);
     EXPECT_EQ(s.nodes[0].arg, 1);
-    EXPECT_EQ(s.nodes[1].spec, "%s");
+    EXPECT_EQ(s.nodes[1].text, "%s");
     EXPECT_EQ(s.nodes[1].arg, 2);  // malformed ones do not consume numbers
 
     // "*5" must be followed by '$'; the offending character is consumed.
@@ -174,7 +174,7 @@ TEST(ScanFmtString, PercentEndsASpecificationAnywhereASizeMayEnd) {
     EXPECT_EQ(s.problems, 0);
     ASSERT_EQ(s.nodes.size(), 2u);
     EXPECT_EQ(s.nodes[0].kind, CONVSPEC_PERCENT);
-    EXPECT_EQ(s.nodes[0].spec, "%5%");
+    EXPECT_EQ(s.nodes[0].text, "%5%");
     EXPECT_EQ(s.nodes[1].kind, CONVSPEC_PERCENT);
 }
 
@@ -183,7 +183,7 @@ TEST(ScanFmtString, OverlongSpecificationIsCutAndCounted) {
     Scan s = scan(format.c_str());
     EXPECT_EQ(s.problems, 1);
     ASSERT_EQ(s.nodes.size(), 2u);
-    EXPECT_EQ(s.nodes[0].spec.size(), 63u);
+    EXPECT_EQ(s.nodes[0].text.size(), 63u);
     EXPECT_EQ(s.nodes[0].length, 82);
     EXPECT_EQ(s.nodes[1].arg, 2);
 
@@ -191,7 +191,7 @@ TEST(ScanFmtString, OverlongSpecificationIsCutAndCounted) {
     s = scan(format.c_str());
     EXPECT_EQ(s.problems, 0);
     ASSERT_EQ(s.nodes.size(), 1u);
-    EXPECT_EQ(s.nodes[0].spec, format);
+    EXPECT_EQ(s.nodes[0].text, format);
 }
 
 TEST(ScanFmtString, HugeArgumentNumbersDoNotWrap) {
