@@ -105,7 +105,7 @@ int kind_of(char letter, bool size_i64) {
 struct Pending {
     ConvSpec node;
     int spec_length;
-    bool cut;         // the spec text ran past 63 characters
+    bool cut;         // the pending text ran past 63 characters
     int number;       // digits of state 2, 6 or 11
     int position;     // the value's explicit argument number, or -1
     bool width_star;  // '*' seen; its number, if any, is in node.width_arg
@@ -130,7 +130,7 @@ struct Pending {
             cut = true;
         node.text[spec_length] = '\0';
     }
-    // Drops the spec text back to length (removes an argument number's digits).
+    // Drops the pending text back to length (removes an argument number's digits).
     void truncate(int length) {
         if (length < spec_length) spec_length = length;
         node.text[spec_length] = '\0';
@@ -164,15 +164,15 @@ int scanFmtString(const char *format, ConvSpec **list) {
     int problems = 0;
     int next_arg = 1;
     int state = text_state;
-    Pending spec;
-    int digits_at = 0;  // spec text length before the digits of an argument number
+    Pending pending;
+    int digits_at = 0;  // pending text length before the digits of an argument number
 
     for (int i = 0;; ++i) {
         const char c = format[i];
         if (state == text_state) {
             if (c == '\0') break;
             if (c == '%') {
-                spec.start(i);
+                pending.start(i);
                 state = after_percent;
             }
             continue;
@@ -180,10 +180,10 @@ int scanFmtString(const char *format, ConvSpec **list) {
 
         // "I64" is the one three-character size, taken wherever a size letter may stand.
         if (kTransitions[state][size_letter] == after_size && is_i64_size(format + i)) {
-            spec.append('I');
-            spec.append('6');
-            spec.append('4');
-            spec.size_i64 = true;
+            pending.append('I');
+            pending.append('6');
+            pending.append('4');
+            pending.size_i64 = true;
             i += 2;
             state = after_size;
             continue;
@@ -198,17 +198,17 @@ int scanFmtString(const char *format, ConvSpec **list) {
         }
 
         if (next == kEnd) {
-            if (spec.width_star && spec.node.width_arg < 0) spec.node.width_arg = next_arg++;
-            if (spec.precision_star && spec.node.precision_arg < 0) spec.node.precision_arg = next_arg++;
-            spec.node.kind = kind_of(c, spec.size_i64);
-            const bool takes_value = spec.node.kind != CONVSPEC_ERRNO && spec.node.kind != CONVSPEC_PERCENT;
-            if (takes_value) spec.node.arg = spec.position > 0 ? spec.position : next_arg;
-            if (spec.node.kind == CONVSPEC_COUNT)
-                spec.truncate(0);
+            if (pending.width_star && pending.node.width_arg < 0) pending.node.width_arg = next_arg++;
+            if (pending.precision_star && pending.node.precision_arg < 0) pending.node.precision_arg = next_arg++;
+            pending.node.kind = kind_of(c, pending.size_i64);
+            const bool takes_value = pending.node.kind != CONVSPEC_ERRNO && pending.node.kind != CONVSPEC_PERCENT;
+            if (takes_value) pending.node.arg = pending.position > 0 ? pending.position : next_arg;
+            if (pending.node.kind == CONVSPEC_COUNT)
+                pending.truncate(0);
             else
-                spec.append(c == 'm' ? 's' : c);
-            if (spec.cut) ++problems;
-            spec.node.length = i - spec.node.offset + 1;
+                pending.append(c == 'm' ? 's' : c);
+            if (pending.cut) ++problems;
+            pending.node.length = i - pending.node.offset + 1;
 
             if (list) {
                 auto *node = static_cast<ConvSpec *>(tw::mem_alloc(sizeof(ConvSpec)));
@@ -216,7 +216,7 @@ int scanFmtString(const char *format, ConvSpec **list) {
                     freeConvSpecList(head);
                     return -1;
                 }
-                *node = spec.node;
+                *node = pending.node;
                 *tail = node;
                 tail = &node->next;
             }
@@ -228,48 +228,48 @@ int scanFmtString(const char *format, ConvSpec **list) {
         // An ordinary transition inside the conversion specification.
         switch (next) {
         case number:
-            if (state != number) digits_at = spec.spec_length;
-            spec.add_digit(c);
-            spec.append(c);
+            if (state != number) digits_at = pending.spec_length;
+            pending.add_digit(c);
+            pending.append(c);
             break;
         case width_star_number:
         case precision_star_number:
             if (state != next) {
-                digits_at = spec.spec_length;
-                spec.number = 0;
+                digits_at = pending.spec_length;
+                pending.number = 0;
             }
-            spec.add_digit(c);
-            spec.append(c);
+            pending.add_digit(c);
+            pending.append(c);
             break;
         case flags:
             if (state == number) {  // "%N$": N was the value's position
-                spec.position = spec.number;
-                spec.truncate(digits_at);
+                pending.position = pending.number;
+                pending.truncate(digits_at);
             } else {
-                spec.append(c);
+                pending.append(c);
             }
             break;
         case width_star_dollar:
-            spec.node.width_arg = spec.number;
-            spec.truncate(digits_at);
+            pending.node.width_arg = pending.number;
+            pending.truncate(digits_at);
             break;
         case precision_star_dollar:
-            spec.node.precision_arg = spec.number;
-            spec.truncate(digits_at);
+            pending.node.precision_arg = pending.number;
+            pending.truncate(digits_at);
             break;
         case width_star:
-            spec.width_star = true;
-            spec.append(c);
+            pending.width_star = true;
+            pending.append(c);
             break;
         case precision_star:
-            spec.precision_star = true;
-            spec.append(c);
+            pending.precision_star = true;
+            pending.append(c);
             break;
         case after_size:
-            spec.append(c == 'w' ? 'l' : c);
+            pending.append(c == 'w' ? 'l' : c);
             break;
         default:  // width, after_dot, precision
-            spec.append(c);
+            pending.append(c);
             break;
         }
         state = next;
