@@ -17,6 +17,10 @@
 #include "twcommon/containers.h"
 #include "twcommon/text.h"
 
+// On 32-bit builds the header is exactly four 32-bit fields.
+static_assert(sizeof(void *) != 4 || sizeof(VSA) == 16, "VSA header layout");
+static_assert(sizeof(int) == 4, "integer slots are 32-bit");
+
 namespace {
 
 constexpr int kDefaultIncrement = 16;
