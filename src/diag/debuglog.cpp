@@ -102,6 +102,11 @@ int debuglog(int fd, const char *text) {
     char line[kDatedLineSize];
     Q_snprintf(line, sizeof line, "%02d:%02d:%02d.%03d [%d.%d] %-.4064s\n", now.hour, now.minute, now.second,
                now.millisecond, tw::os::current_process_id(), tw::os::current_thread_id(), text ? text : " ");
+    if (fd == debugFD) {
+        int status = 0;
+        if (!tw::diag::keep_debug_log_current(now.day, std::strlen(line), &status)) return status;
+        fd = debugFD;
+    }
     return logwithoutdate(fd, line);
 }
 

@@ -6,6 +6,8 @@
 #ifndef TW_DIAG_LOGSTATE_H
 #define TW_DIAG_LOGSTATE_H
 
+#include <cstddef>
+
 #include "twcommon/diag.h"
 
 namespace tw::diag {
@@ -27,6 +29,12 @@ struct LogState {
 };
 
 extern LogState log_state;
+
+// Before a line of line_length bytes goes to debugFD on day (of the month):
+// moves debugFD to a new day's file or, with numbered files, to the next
+// file when the line would take it past the size cap. False when that
+// reopen failed, *status then holding its errno (debugFD is negative).
+bool keep_debug_log_current(int day, size_t line_length, int *status);
 
 }  // namespace tw::diag
 
