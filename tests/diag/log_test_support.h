@@ -12,6 +12,7 @@
 #include <vector>
 
 #if defined(_WIN32)
+#  include <io.h>
 #  include <process.h>
 #  include <windows.h>
 #else
@@ -48,6 +49,14 @@ inline std::string ids_stamp() {
     return "[" + std::to_string(_getpid()) + "." + std::to_string(GetCurrentThreadId()) + "] ";
 #else
     return "[" + std::to_string(getpid()) + "." + std::to_string(syscall(SYS_gettid)) + "] ";
+#endif
+}
+
+inline void close_descriptor(int fd) {
+#if defined(_WIN32)
+    _close(fd);
+#else
+    close(fd);
 #endif
 }
 
