@@ -93,4 +93,153 @@ TW_API int TrimAbsolutePath(char *path);
 
 TW_EXTERN_C_END
 
+/*
+ * Variable-size arrays: a growable block of slots behind a four-field header.
+ * The pointer kinds (vpvsa, cstrvsa) hold void* / char* slots and keep the
+ * block NULL-terminated at all times, so it is a valid cstra whenever it is
+ * read or detached; intvsa holds 32-bit int slots and keeps no terminator.
+ * Growth adds `increment` slots; an array whose increment is 0 is fixed-size
+ * (every insertion into a full one fails). Names that differ only by prefix
+ * are one entry point where the slot width agrees.
+ */
+TW_EXTERN_C_BEGIN
+
+typedef struct VSA {
+    void *array;   /* slot block, owned by the header */
+    int increment; /* slots added at each growth */
+    int size;      /* slots allocated */
+    int count;     /* slots in use */
+} VSA;
+
+TW_API VSA *vpvsaNEW(int initial, int increment);
+TW_API VSA *cstrvsaNEW(int initial, int increment);
+TW_API VSA *intvsaNEW(int initial, int increment);
+/* The block is taken over and later released with free(). */
+TW_API VSA *vpvsaATTACH(void **array, int increment);
+TW_API VSA *cstrvsaATTACH(char **array, int increment);
+TW_API VSA *intvsaATTACH(int *array, int count, int increment);
+
+TW_API void **vpvsaINSERT(VSA *vsa, void *value, int index);
+TW_API char **cstrvsaINSERT(VSA *vsa, char *value, int index);
+TW_API int *intvsaINSERT(VSA *vsa, int value, int index);
+TW_API void **vpvsaAPPEND(VSA *vsa, void *value);
+TW_API char **cstrvsaAPPEND(VSA *vsa, char *value);
+TW_API int *intvsaAPPEND(VSA *vsa, int value);
+
+TW_API int vpvsaREMOVE(VSA *vsa, int index, int n);
+TW_API int cstrvsaREMOVE(VSA *vsa, int index, int n);
+TW_API int intvsaREMOVE(VSA *vsa, int index, int n);
+TW_API int cstrvsaREMOVEALL(VSA *vsa, int index, int n);
+
+TW_API void *vpvsaOBJECT(VSA *vsa, int index);
+TW_API char *cstrvsaOBJECT(VSA *vsa, int index);
+TW_API int intvsaOBJECT(VSA *vsa, int index);
+TW_API void **vpvsaPOINTER(VSA *vsa, int index);
+TW_API char **cstrvsaPOINTER(VSA *vsa, int index);
+TW_API int *intvsaPOINTER(VSA *vsa, int index);
+TW_API void **vpvsaSET(VSA *vsa, void *value, int index);
+TW_API char **cstrvsaSET(VSA *vsa, char *value, int index);
+TW_API int *intvsaSET(VSA *vsa, int value, int index);
+
+TW_API int vpvsaCOUNT(VSA *vsa);
+TW_API int cstrvsaCOUNT(VSA *vsa);
+TW_API int intvsaCOUNT(VSA *vsa);
+TW_API int vpvsaSIZE(VSA *vsa);
+TW_API int cstrvsaSIZE(VSA *vsa);
+TW_API int intvsaSIZE(VSA *vsa);
+TW_API void **vpvsaVSARRAY(VSA *vsa);
+TW_API char **cstrvsaVSARRAY(VSA *vsa);
+TW_API int *intvsaVSARRAY(VSA *vsa);
+TW_API void **vpvsaDETACH(VSA *vsa);
+TW_API char **cstrvsaDETACH(VSA *vsa);
+TW_API int *intvsaDETACH(VSA *vsa);
+/* Frees the block and the header, never the elements. */
+TW_API void vpvsaFREE(VSA *vsa);
+TW_API void cstrvsaFREE(VSA *vsa);
+TW_API void intvsaFREE(VSA *vsa);
+TW_API void cstrvsaFREEALL(VSA *vsa);
+
+TW_API int cstrvsaMATCH(VSA *vsa, const char *string);
+TW_API int cstrvsaUNIQUE(VSA *vsa, int free_duplicates);
+TW_API int intvsaFIND(VSA *vsa, int value);
+TW_API int intvsaMAX(VSA *vsa);
+TW_API VSA *intvsaDUP(VSA *vsa);
+
+TW_API int intaFIND(const int *array, int count, int value);
+TW_API int intaItemGET(const int *array, int index);
+TW_API char **intaTOcstra(const int *array, int count);
+TW_API void intaFREE(int *array);
+
+TW_EXTERN_C_END
+
+/*
+ * Strings (cstr), NULL-terminated arrays of heap strings (cstra) and
+ * tokenising. Every char* / char** result is a new heap block for free()
+ * unless noted. Tokens are separated by runs of delimiter bytes; a token
+ * starting with a double quote runs to its closing quote, quotes included.
+ */
+TW_EXTERN_C_BEGIN
+
+TW_API int cstrEMPTY(const char *string);
+TW_API char cstrLAST(const char *string);
+TW_API int cstrMATCH(const char *a, const char *b);
+TW_API int cstrCOUNTchar(const char *string, char c);
+TW_API int cstrCOUNTchars(const char *string, const char *set);
+TW_API void cstrLOWER(char *string);
+TW_API void cstrUPPER(char *string);
+TW_API char *cstrTRIM(const char *string, int mode, const char *set);
+TW_API char *cstrTRIMcstr(const char *string, int mode, const char *suffix);
+TW_API int cstrLiteralSIZE(const char *string);
+TW_API char *cstrDQuotesSTRIP(const char *string);
+TW_API char *cstrDQuotesUNCHECK(const char *string);
+TW_API char *cstrDQuotesENCLOSE(const char *string);
+TW_API char *cstrDQuotesCHECK(const char *string);
+/* In place; returns string. */
+TW_API char *stripdelims(char *string, char d);
+/* Into string, or NULL. */
+TW_API char *strchrwdelim(const char *string, char c, char q);
+/* Writes into string and keeps one process-wide cursor: one tokenising at a
+ * time. Returns pointers into the string. */
+TW_API char *strtokwdelim(char *string, char c, char q);
+
+TW_API char *cstrTokenNEXT(char **cursor, const char *delimiters);
+TW_API char *cstrTokenGET(const char *string, int n, const char *delimiters);
+TW_API int cstrTokenFIND(char **cursor, int n, const char *delimiters);
+TW_API char *cstrTokenOBTAIN(const char *string, int n, const char *separator);
+TW_API char **cstrTOcstra(const char *string, const char *delimiters);
+
+TW_API int cstraCOUNT(char **array);
+/* Takes over b's strings and frees b's block; only the result is valid. */
+TW_API char **cstraAPPEND(char **a, char **b);
+TW_API char **cstraDUP(char **array);
+TW_API void cstraItemsFREE(char **array);
+TW_API void cstraFREE(char **array);
+TW_API char *cstraTOcstr(char **array, const char *separator);
+TW_API int cstraMATCH(char **array, const char *string);
+TW_API char **cstraDIFF(char **a, char **b);
+
+TW_EXTERN_C_END
+
+/*
+ * Typed accessors over a binding list: a vpvsa whose slots point at caller
+ * variables (int, short, char* holding a heap string, or a char buffer).
+ */
+TW_EXTERN_C_BEGIN
+
+/* The variable's string, or a static "" (never free it). */
+TW_API char *cstrGET(VSA *list, int index);
+TW_API char *charArrayGET(VSA *list, int index);
+TW_API int intGET(VSA *list, int index);
+TW_API int timeGET(VSA *list, int index);
+TW_API int shortGET(VSA *list, int index);
+TW_API void cstrPUT(VSA *list, const char *string, int index);
+/* Copies with a limit of size - index bytes. */
+TW_API void charArrayPUT(VSA *list, int size, const char *string, int index);
+/* The variable's address, or the list itself when the index is out of range. */
+TW_API int *intPUT(VSA *list, int value, int index);
+TW_API int *timePUT(VSA *list, int value, int index);
+TW_API short *shortPUT(VSA *list, short value, int index);
+
+TW_EXTERN_C_END
+
 #endif
