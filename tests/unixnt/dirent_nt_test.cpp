@@ -13,6 +13,10 @@
 #include "support/scratch.h"
 #include "twcommon/unixnt.h"
 
+// After the library's header the runtime's <dirent.h> adds nothing, so the
+// names below are the library's.
+#include <dirent.h>
+
 namespace {
 
 void write_file(const std::string &path, const std::string &content) {
