@@ -1,11 +1,13 @@
 /*
- * twcommon diagnostics: the system log emulated on the NT event log, and
- * system error texts and notify scripts.
+ * twcommon diagnostics: the system log emulated on the NT event log, system
+ * error texts and notify scripts, the debug and activity logs and the common
+ * log.
  */
 #ifndef TWCOMMON_DIAG_H
 #define TWCOMMON_DIAG_H
 
 #include <stdint.h>
+#include <stdio.h>
 
 #include "base.h"
 
@@ -57,6 +59,94 @@ TW_API const char *sysErrorString(int error);
 TW_API int runNotifyScript(const char *command);
 /* Starts a command hidden without waiting: 0 when started, -1 when not. */
 TW_API int runNotifyScriptNoWait(const char *command);
+
+TW_EXTERN_C_END
+
+/* ---- Debug and activity logs ----
+ *
+ * One debug log per process: debugFD, a file named by the local date in a
+ * per-program directory, optionally numbered and capped in size and count.
+ * Nothing is locked or buffered; each call writes whole lines. */
+
+TW_EXTERN_C_BEGIN
+
+/* Descriptor of the current debug log file; -1 when none. */
+TW_API extern int debugFD;
+/* When 1, debuglog moves debugFD to a new day's file when the day changes. */
+TW_API extern int Auto_Recycle_Logs;
+
+/* A replacement sink for the debug log: (datum, level, text, function). */
+typedef int (*log_callback_fn)(void *datum, int level, const char *text, const char *function);
+/* The previous sink, as log_set_callback hands it back. */
+typedef struct log_callback_record {
+    log_callback_fn fn;
+    void *datum;
+} log_callback_record;
+
+/* Opens today's log file in dir (created with its parents when missing);
+ * the descriptor, or -1 with *err set to errno. mode is the permission of
+ * a new file (callers pass 0755). */
+TW_API int open_log(const char *dir, int mode, int *err);
+/* open_log on BP_LOGS/program; the caller stores the result in debugFD. */
+TW_API int open_debug_file(const char *program, int mode, int *err);
+/* The same, with numbered files (recycle non-zero) of at most max_kb
+ * kilobytes, at most max_files of them kept. */
+TW_API int open_debug_file2(const char *program, int mode, int recycle, unsigned int max_files,
+                            unsigned int max_kb, int *err);
+/* Opens the log in an existing dir as debugFD and returns a stream on it
+ * (mode "a"), or null; turns Auto_Recycle_Logs on. */
+TW_API FILE *open_logging_file(const char *dir);
+/* Closes *stream (forgetting debugFD when it is the stream's) and nulls it. */
+TW_API int close_logging_file(FILE **stream);
+
+/* One line "hh:mm:ss.mmm [pid.tid] text"; rotates debugFD by day or size.
+ * 0, -1 (fd < 0) or an errno value. */
+TW_API int debuglog(int fd, const char *text);
+/* One line "yyyy/mm/dd hh:mm:ss.mmm [pid.tid] text". */
+TW_API int logwithdate(int fd, const char *text);
+/* One line "hh:mm:ss text". */
+TW_API int logwithtime(int fd, const char *text);
+/* One line "hh:mm:ss (id) text". */
+TW_API int logwithtime_and_id(int fd, const char *id, const char *text);
+/* Writes text as it is: 0; -1 for fd < 0; errno of a failed write; 27 when
+ * the process's allowance of retried zero-byte writes is spent. */
+TW_API int logwithoutdate(int fd, const char *text);
+/* "<level> function: text" to the callback or debugFD; -1 when neither. */
+TW_API int logmsg(int level, const char *text, const char *function);
+/* The arguments, blank-separated, through logmsg at level 2 (or with date
+ * through logwithdate): 0, or -1 when memory runs out. */
+TW_API int logparams(int argc, char **argv);
+TW_API int logparamswithdate(int argc, char **argv);
+/* Installs fn (null: back to the file) with datum, the previous sink stored
+ * in *saved when given; announces the switch on both sinks and returns the
+ * result of the second announcement. */
+TW_API int log_set_callback(log_callback_fn fn, void *datum, log_callback_record *saved);
+/* The log files of dir (those named for prefix, a date MMDDYY, when given),
+ * oldest first, in a null-terminated array whose first *count entries are
+ * the log files; null when there are none or on error (*err). */
+TW_API char **rl_get_logfile_list(const char *dir, const char *prefix, unsigned int *count, int *err);
+TW_API int rl_free_logfile_list(char **list);
+
+/* ---- Common log ----
+ *
+ * A severity mask in front of the debug log: messages whose severity bit is
+ * off in cmnlogSEVERITY, or that come while debugFD is -1, are dropped. */
+
+/* Enabled severities (low 6 bits); initially 63. */
+TW_API extern int cmnlogSEVERITY;
+
+/* Opens dir/name as the debug log directory; 0 or the errno of the open. */
+TW_API int cmnlogOPEN(const char *dir, const char *name, int mode);
+TW_API int cmnlogCLOSE(void);
+/* -1 when dropped, else the result of logmsg. */
+TW_API int cmnlogMSG(int severity, const char *text, const char *function);
+/* The strings joined by blanks, at severity 4; -1 when dropped or out of
+ * memory. */
+TW_API int cmnlogPARAMS(char **strings);
+/* Stores and returns mask & 63. */
+TW_API int cmnlogSeveritySET(int mask);
+/* Takes the mask from the value of the option "-LOGSEVERITY" in values. */
+TW_API void cmnlogARGS(char **values);
 
 TW_EXTERN_C_END
 

@@ -1,0 +1,24 @@
+#include <ctime>
+
+#include "platform/clock.h"
+
+namespace tw::os {
+
+void read_local_clock(LocalClock *out) {
+    struct timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    struct tm local {};
+    localtime_r(&now.tv_sec, &local);
+    *out = {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+            local.tm_min,         local.tm_sec,     int(now.tv_nsec / 1000000)};
+}
+
+void sleep_milliseconds(unsigned milliseconds) {
+    struct timespec pause {
+        time_t(milliseconds / 1000), long(milliseconds % 1000) * 1000000L
+    };
+    while (nanosleep(&pause, &pause) != 0) {
+    }
+}
+
+}  // namespace tw::os
