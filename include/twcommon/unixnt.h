@@ -1,9 +1,13 @@
 /*
- * twcommon Unix facilities on NT: process launch and command lines.
+ * twcommon Unix facilities on NT: process launch and command lines;
+ * directories, rename and system queries.
  *
  * The product keeps all text in UTF-8 and thinks in argument vectors; these
  * functions give it the process's own command line as UTF-8 and as a vector,
  * a UTF-8 front end to NT process creation, and builders of NT command lines.
+ * Directory reading and rename give Unix semantics on NT; the system queries
+ * answer the small questions the product asks of NT. Everything below the
+ * command-line builders exists on Windows only.
  */
 #ifndef TWCOMMON_UNIXNT_H
 #define TWCOMMON_UNIXNT_H
@@ -28,6 +32,28 @@ TW_API void FixNTargv(char **argv);
 TW_API void FreeNTCmdLine(char *command_line);
 TW_API int FreeNTCmdArgsVectors(void);
 
+/* ---- Rename and system queries (Windows only) ---- */
+
+/* Renames with Unix semantics: an existing target is replaced, a move across
+ * volumes copies. 0 (errno 0) or the NT error number (errno 2, 13 or 22). */
+TW_API int NTrename(const char *old_path, const char *new_path);
+/* 1 when the current process's token holds the Administrators group. */
+TW_API int IsAdmin(void);
+/* 1 when this installation is the administration console only. */
+TW_API int is_admin_console(void);
+/* NT version and service pack (each out-parameter may be null); 1 on NT. */
+TW_API int GetNTVersion(int *major, int *minor, int *service_pack);
+/* 1 on NT, and when the version cannot be read. */
+TW_API int IsWindowsNT(void);
+/* (major << 16) | minor of a library's DllGetVersion report, or 0. */
+TW_API unsigned long GetDllVersion(const char *library);
+/* 1 when the wizard style of dialogs is available. */
+TW_API int CanDoWizard97(void);
+/* 1 when named kernel objects must live in the global name space; name (when
+ * given) then gets the "Global\\" prefix, cut to size. Callers reserve 7
+ * characters for it. */
+TW_API int IsNewkey(char *name, int size);
+
 TW_EXTERN_C_END
 
 #if defined(_WIN32)
@@ -38,6 +64,43 @@ TW_API BOOL CreateProcessV(const char *application, char *command_line, LPSECURI
                            LPSECURITY_ATTRIBUTES thread_security, BOOL inherit_handles, DWORD creation_flags,
                            LPVOID environment, const char *current_directory, LPSTARTUPINFOA startup,
                            LPPROCESS_INFORMATION process);
+
+/* 1 when the token's groups hold the built-in Administrators group, in any
+ * state (a deny-only membership counts). */
+TW_API int IsTokenAdmin(HANDLE token);
+
+/* ---- Directory reading ----
+ * The library's own opendir/readdir/closedir with their own DIR and struct
+ * dirent. They take the place of the runtime's <dirent.h>: this header
+ * claims that header's guard, so a later #include <dirent.h> adds nothing;
+ * a file that has included <dirent.h> before this header gets the runtime's
+ * functions and not these. */
+#if !defined(_DIRENT_H_)
+#define _DIRENT_H_
+#define TW_DIRENT_DECLARED 1
+
+/* What readdir hands out: the name points into the stream's find data and is
+ * overwritten by the next readdir of the same stream. */
+struct dirent {
+    char *d_name;
+};
+
+/* A directory stream, owned by the caller between opendir and closedir. */
+typedef struct tw_directory_stream {
+    HANDLE search;             /* INVALID_HANDLE_VALUE once exhausted */
+    WIN32_FIND_DATAA found;    /* the current entry */
+    struct dirent entry;       /* d_name null until the first readdir */
+} DIR;
+
+/* A stream over the entries of path ("." and ".." included), or null with
+ * errno 2 (missing), 20 (not a directory) or 22. */
+TW_API DIR *opendir(const char *path);
+/* The next entry, or null at the end (errno 2) or on error. */
+TW_API struct dirent *readdir(DIR *stream);
+/* Ends the search and frees the stream (null allowed); 0. */
+TW_API int closedir(DIR *stream);
+#endif
+
 TW_EXTERN_C_END
 #endif
 

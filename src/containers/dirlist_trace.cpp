@@ -1,5 +1,5 @@
 /*
- * The debug-log messages of the directory listings.
+ * The debug-log messages of the directory listings, all in one place.
  */
 #include "containers/dirlist_trace.h"
 
@@ -12,10 +12,6 @@ namespace {
 // Failures are errors in the trace; a null array is only worth a detail.
 constexpr int kFailureLevel = 1;
 constexpr int kNullArrayLevel = 8;
-
-void trace(int level, const char *text, const char *function) {
-    (void)level, (void)text, (void)function;  // TODO: logmsg(level, text, function)
-}
 
 }  // namespace
 
@@ -33,9 +29,9 @@ void dirlist_trace_failure(DirlistFailure failure, int error) {
         Q_snprintf(text, sizeof text, "malloc() contents failed: %s (%d)", error_text, error);
         break;
     }
-    trace(kFailureLevel, text, "get_dir_list");
+    logmsg(kFailureLevel, text, "get_dir_list");
 }
 
-void dirlist_trace_null_array() { trace(kNullArrayLevel, "called to free NULL array", "free_char_array"); }
+void dirlist_trace_null_array() { logmsg(kNullArrayLevel, "called to free NULL array", "free_char_array"); }
 
 }  // namespace tw

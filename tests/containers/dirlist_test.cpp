@@ -12,6 +12,7 @@
 #include "support/scratch.h"
 #include "support/wide.h"
 #include "twcommon/containers.h"
+#include "twcommon/diag.h"
 
 namespace fs = std::filesystem;
 
@@ -42,6 +43,25 @@ std::vector<std::string> make_names(int count) {
     return names;
 }
 
+// Collects what the library writes to the debug log while alive.
+struct LogCapture {
+    struct Line {
+        int level;
+        std::string text, function;
+    };
+    std::vector<Line> lines;
+    LogCapture() {
+        log_set_callback(
+            [](void *datum, int level, const char *text, const char *function) {
+                static_cast<LogCapture *>(datum)->lines.push_back({level, text ? text : "", function ? function : ""});
+                return 0;
+            },
+            this, nullptr);
+        lines.clear();  // the announcement of the switch
+    }
+    ~LogCapture() { log_set_callback(nullptr, nullptr, nullptr); }
+};
+
 dlist *chain(std::vector<dlist> &nodes) {
     for (size_t i = 0; i + 1 < nodes.size(); ++i) nodes[i].next = &nodes[i + 1];
     return nodes.empty() ? nullptr : &nodes[0];
@@ -69,6 +89,7 @@ TEST(DirList, ListsVisibleNamesInByteOrderAroundTheSortSwitch) {
 
 TEST(DirList, EmptyMissingAndPlainFile) {
     twtest::ScratchDir scratch;
+    LogCapture log;
     touch(scratch.file(".only-hidden"));
     int err = -1;
     EXPECT_EQ(get_dir_list(scratch.path().c_str(), &err), nullptr);
@@ -82,6 +103,7 @@ TEST(DirList, EmptyMissingAndPlainFile) {
     EXPECT_EQ(err, ENOTDIR);
 
     EXPECT_EQ(get_dir_list(scratch.file("missing").c_str(), nullptr), nullptr);
+    EXPECT_TRUE(log.lines.empty());  // missing and not-a-directory are silent
 }
 
 TEST(DirList, NoMemoryGivesNullAndReleasesEverything) {
@@ -89,8 +111,10 @@ TEST(DirList, NoMemoryGivesNullAndReleasesEverything) {
     std::vector<std::string> names = make_names(40);
     for (const auto &name : names) touch(scratch.file(name));
     std::sort(names.begin(), names.end());
+    LogCapture log;
     int failures = twtest::for_each_allocation_failure(
         [&] {
+            log.lines.clear();
             int err = -1;
             char **list = get_dir_list(scratch.path().c_str(), &err);
             if (list) {
@@ -98,6 +122,14 @@ TEST(DirList, NoMemoryGivesNullAndReleasesEverything) {
                 EXPECT_EQ(take_list(list), names);
             } else {
                 EXPECT_EQ(err, ENOMEM);
+                ASSERT_EQ(log.lines.size(), 1u);
+                const std::string &text = log.lines[0].text;
+                EXPECT_EQ(log.lines[0].function, "get_dir_list");
+                EXPECT_TRUE(text.rfind("create_dlist_entry() failed: ", 0) == 0 ||
+                            text.rfind("malloc() contents failed: ", 0) == 0 ||
+                            text.rfind("opendir() failed: ", 0) == 0)  // the stream itself, on Windows
+                    << text;
+                EXPECT_EQ(text.substr(text.size() - 5), " (12)") << text;
             }
         },
         [](bool failed) { (void)failed; });
@@ -114,8 +146,13 @@ TEST(DirList, InsertionSortIsStableAndHandlesEdges) {
 }
 
 TEST(DirList, FreeCharArray) {
+    LogCapture log;
     EXPECT_EQ(free_char_array(nullptr), 0);
     EXPECT_EQ(free_dir_list(nullptr), 0);
+    ASSERT_EQ(log.lines.size(), 2u);
+    EXPECT_EQ(log.lines[0].level, 8);
+    EXPECT_EQ(log.lines[0].text, "called to free NULL array");
+    EXPECT_EQ(log.lines[0].function, "free_char_array");
     twtest::ScratchDir scratch;
     touch(scratch.file("x"));
     EXPECT_EQ(free_char_array(get_dir_list(scratch.path().c_str(), nullptr)), 0);
