@@ -128,13 +128,9 @@ TEST(DayChange, MovesDebugFDToTheNewDaysFileOnlyWhenAutoRecycleIsOn) {
 TEST(DayChange, AFailedReopenLeavesDebugFDNegativeAndReturnsTheErrno) {
     ScratchDir scratch;
     StoppedLogClock clock(2007, 3, 4, 23, 59, 59, 999);
-    const std::string dir = scratch.file("logs");
-    fs::create_directory(dir);
-    FILE *stream = open_logging_file(dir.c_str());
+    FILE *stream = open_logging_file(scratch.path().c_str());
     ASSERT_NE(stream, nullptr);
-    std::fclose(stream);  // the descriptor goes with it; debugFD still names it
-    fs::remove_all(dir);
-    touch(dir);  // a file where the directory was: nothing opens inside it
+    fs::create_directory(scratch.file("030507.log"));  // the next day's name, taken by a directory
     clock.set(2007, 3, 5, 0, 0, 0, 0);
     int status = debuglog(debugFD, "lost");
     EXPECT_NE(status, 0);
@@ -142,6 +138,7 @@ TEST(DayChange, AFailedReopenLeavesDebugFDNegativeAndReturnsTheErrno) {
     EXPECT_LT(debugFD, 0);
     EXPECT_EQ(debuglog(debugFD, "still lost"), -1);
     EXPECT_EQ(logmsg(2, "x", "fn"), -1);
+    std::fclose(stream);
 }
 
 // Program logs under BP_LOGS, numbered files on 2007-03-04.
