@@ -55,6 +55,23 @@ TEST(OpenLog, CreatesTheDirectoryWithItsParentsAndNamesTheFileByTheLocalDate) {
     EXPECT_NE(err, 0);
 }
 
+TEST(OpenLog, TakesUtf8DirectoryNames) {
+    ScratchDir scratch;
+    StoppedLogClock clock(2007, 3, 4, 1, 2, 3, 4);
+    const std::string dir = scratch.path() + "/journ\xc3\xa9\xe2\x82\xac";
+    int err = -1;
+    int fd = open_log(dir.c_str(), 0644, &err);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(logwithoutdate(fd, "x"), 0);
+    twtest::close_descriptor(fd);
+    EXPECT_TRUE(fs::exists(fs::u8path(dir) / "030407.log"));
+    unsigned count = 0;
+    char **list = rl_get_logfile_list(dir.c_str(), "030407", &count, &err);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(count, 1u);
+    rl_free_logfile_list(list);
+}
+
 // The permission given is the file's, whatever the process umask; the umask
 // is back as it was afterwards.
 TEST(OpenLog, OpensWithTheUmaskClearedAndRestoresIt) {
