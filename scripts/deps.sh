@@ -9,7 +9,7 @@ packages=(
   googletest libbenchmark-dev                    # tests, benchmarks
   g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix binutils-mingw-w64
   wine wine64                                    # running the Windows tests
-  libglib2.0-dev libbsd-dev libicu-dev           # benchmark peers
+  libglib2.0-dev libbsd-dev libicu-dev libspdlog-dev  # benchmark peers
 )
 
 missing=()

@@ -5,6 +5,11 @@
 #include <cstring>
 #include <string>
 
+#if !defined(_WIN32)
+#  include <sys/wait.h>
+#  include <unistd.h>
+#endif
+
 #include "diag/log_test_support.h"
 #include "support/alloc_hook.h"
 #include "support/scratch.h"
@@ -131,6 +136,21 @@ TEST_F(LineTest, AFailedWriteReturnsItsErrno) {
     close_fd();
     EXPECT_EQ(logwithoutdate(closed, "x"), EBADF);
 }
+
+#if !defined(_WIN32)
+// A forked child stamps its own process id, not its parent's.
+TEST_F(LineTest, AForkedChildStampsItsOwnProcessId) {
+    ASSERT_EQ(debuglog(fd, "parent"), 0);
+    pid_t child = fork();
+    if (child == 0) _exit(debuglog(fd, "child"));
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    const std::string parent_line = "12:34:56.789 " + twtest::ids_stamp() + "parent\n";
+    EXPECT_EQ(text(), parent_line + "12:34:56.789 [" + std::to_string(child) + "." + std::to_string(child) +
+                          "] child\n");
+}
+#endif
 
 struct Recorded {
     int calls = 0;

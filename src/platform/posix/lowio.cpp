@@ -1,7 +1,10 @@
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <atomic>
 
 #include "platform/lowio.h"
 
@@ -29,8 +32,41 @@ FILE *stream_on_descriptor(int fd, const char *mode) { return fdopen(fd, mode); 
 
 int descriptor_of_stream(FILE *stream) { return fileno(stream); }
 
-int current_process_id() { return int(getpid()); }
+namespace {
 
-int current_thread_id() { return int(syscall(SYS_gettid)); }
+// getpid and gettid are system calls here; the ids are kept, and forgotten
+// in a forked child (whose forking thread is the one that runs the handler).
+std::atomic<int> known_process_id{0};
+thread_local int known_thread_id = 0;
+
+void forget_ids() {
+    known_process_id.store(0);
+    known_thread_id = 0;
+}
+
+void watch_forks() {
+    static const bool watching = pthread_atfork(nullptr, nullptr, forget_ids) == 0;
+    (void)watching;
+}
+
+}  // namespace
+
+int current_process_id() {
+    int id = known_process_id.load(std::memory_order_relaxed);
+    if (id == 0) {
+        watch_forks();
+        id = int(getpid());
+        known_process_id.store(id, std::memory_order_relaxed);
+    }
+    return id;
+}
+
+int current_thread_id() {
+    if (known_thread_id == 0) {
+        watch_forks();
+        known_thread_id = int(syscall(SYS_gettid));
+    }
+    return known_thread_id;
+}
 
 }  // namespace tw::os
