@@ -30,35 +30,22 @@ int status_from_attributes(DWORD attributes, bool *is_directory) {
 
 }  // namespace
 
-struct DirectoryStream {
-    DIR *dir;
-};
-
+// The stream is the directory handle itself.
 DirectoryStream *open_directory(const char *dir) {
-    auto stream = static_cast<DirectoryStream *>(mem_alloc(sizeof(DirectoryStream)));
-    if (!stream) {
-        errno = ENOMEM;
+    if (!dir) {
+        errno = EFAULT;
         return nullptr;
     }
-    stream->dir = opendir(dir);
-    if (!stream->dir) {
-        int error = errno;
-        mem_free(stream);
-        errno = error;
-        return nullptr;
-    }
-    return stream;
+    return reinterpret_cast<DirectoryStream *>(opendir(dir));
 }
 
 const char *next_directory_name(DirectoryStream *stream) {
-    const dirent *entry = stream ? readdir(stream->dir) : nullptr;
+    const dirent *entry = stream ? readdir(reinterpret_cast<DIR *>(stream)) : nullptr;
     return entry ? entry->d_name : nullptr;
 }
 
 void close_directory(DirectoryStream *stream) {
-    if (!stream) return;
-    closedir(stream->dir);
-    mem_free(stream);
+    if (stream) closedir(reinterpret_cast<DIR *>(stream));
 }
 
 int path_status(const char *path, bool *is_directory) {
