@@ -240,6 +240,16 @@ TW_API int *intPUT(VSA *list, int value, int index);
 TW_API int *timePUT(VSA *list, int value, int index);
 TW_API short *shortPUT(VSA *list, short value, int index);
 
+/* ---- Command-line options ---- */
+
+/* Whether option (with its '-', at most 32 characters) occurs in argv,
+ * compared without regard to case. */
+TW_API int argEXISTS(char **argv, const char *option);
+/* A new string array of the elements after the first occurrence of option,
+ * up to the next element beginning with '-' (empty when none follow); null
+ * when the option does not occur or memory runs out. Free with cstraFREE. */
+TW_API char **argValuesGET(char **argv, const char *option);
+
 TW_EXTERN_C_END
 
 #endif

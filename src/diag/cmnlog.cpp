@@ -29,23 +29,6 @@ constexpr int kParamsSeverity = 4;
 
 char log_path[tw::diag::kLogPathSize];
 
-// Whether element is the option wanted: options begin with '-', are at
-// most 32 characters long and compare without regard to case.
-bool is_option(const char *element, const char *wanted) {
-    if (element[0] != '-' || std::strlen(element) > 32) return false;
-    for (; *element && *wanted; ++element, ++wanted)
-        if (std::toupper(static_cast<unsigned char>(*element)) != *wanted) return false;
-    return *element == *wanted;
-}
-
-// The first value after the first occurrence of option in an argument
-// vector: the next element unless it is another option; null when none.
-const char *first_option_value(char **values, const char *option) {
-    for (char **p = values; *p; ++p)
-        if (is_option(*p, option)) return p[1] && p[1][0] != '-' ? p[1] : nullptr;
-    return nullptr;
-}
-
 bool is_enabled(int severity) { return debugFD != -1 && (cmnlogSEVERITY & severity) != 0; }
 
 }  // namespace
@@ -87,8 +70,9 @@ int cmnlogSeveritySET(int mask) { return cmnlogSEVERITY = mask & kSeverityBits; 
 
 void cmnlogARGS(char **values) {
     if (!values) return;
-    if (const char *value = first_option_value(values, "-LOGSEVERITY"))
-        cmnlogSEVERITY = int(std::strtol(value, nullptr, 10)) & kSeverityBits;
+    char **severity = argValuesGET(values, "-LOGSEVERITY");
+    if (severity && severity[0]) cmnlogSEVERITY = int(std::strtol(severity[0], nullptr, 10)) & kSeverityBits;
+    cstraFREE(severity);
 }
 
 }  // extern "C"
