@@ -14,15 +14,7 @@ namespace tw {
 
 char empty_cstr[1];
 
-char *copy_bytes(const char *bytes, size_t length) {
-    char *copy = static_cast<char *>(mem_alloc(length + 1));
-    if (!copy) return nullptr;
-    std::memcpy(copy, bytes, length);
-    copy[length] = '\0';
-    return copy;
-}
-
-char *copy_cstr(const char *string) { return string ? copy_bytes(string, std::strlen(string)) : nullptr; }
+char *copy_cstr(const char *string) { return string ? copy_text(string, std::strlen(string)) : nullptr; }
 
 }  // namespace tw
 
@@ -95,7 +87,7 @@ char *cstrTRIM(const char *string, int mode, const char *set) {
             while (begin < end && in_set(set, string[begin])) ++begin;
         if (mode != 0)
             while (end > begin && in_set(set, string[end - 1])) --end;
-        return tw::copy_bytes(string + begin, end - begin);
+        return tw::copy_text(string + begin, end - begin);
     case 2: {
         char *result = tw::copy_cstr(string);
         if (!result) return nullptr;
@@ -118,12 +110,12 @@ char *cstrTRIMcstr(const char *string, int mode, const char *suffix) {
     if (mode != 1) return nullptr;
     size_t length = std::strlen(string), cut = std::strlen(suffix);
     while (length > cut && std::memcmp(string + length - cut, suffix, cut) == 0) length -= cut;
-    return tw::copy_bytes(string, length);
+    return tw::copy_text(string, length);
 }
 
 char *cstrDQuotesSTRIP(const char *string) {
     if (!is_quoted(string)) return nullptr;
-    return tw::copy_bytes(string + 1, std::strlen(string) - 2);
+    return tw::copy_text(string + 1, std::strlen(string) - 2);
 }
 
 char *cstrDQuotesUNCHECK(const char *string) {

@@ -1,4 +1,5 @@
-// Heap copies of byte strings for the string utilities, and the one static
+// Heap copies of whole strings for the string utilities (copy_text of
+// base/alloc.h copies a part), and the one static
 // empty string handed out where a result must not be NULL.
 #ifndef TW_CONTAINERS_CSTR_H
 #define TW_CONTAINERS_CSTR_H
@@ -7,8 +8,6 @@
 
 namespace tw {
 
-// New NUL-terminated copy of the first length bytes; null when memory runs out.
-char *copy_bytes(const char *bytes, size_t length);
 // New copy of a string; null for null or when memory runs out.
 char *copy_cstr(const char *string);
 

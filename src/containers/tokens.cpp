@@ -80,7 +80,7 @@ char *cstrTokenNEXT(char **cursor, const char *delimiters) {
         *cursor = const_cast<char *>(token.start);
         return nullptr;
     }
-    char *copy = tw::copy_bytes(token.start, token.length);
+    char *copy = tw::copy_text(token.start, token.length);
     if (copy) *cursor = const_cast<char *>(token.start + token.length);
     return copy;
 }
@@ -93,12 +93,12 @@ char *cstrTokenGET(const char *string, int n, const char *delimiters) {
     for (int i = 1;; ++i) {
         Token token = token_at(p, set);
         if (token.length == 0) break;
-        if (i == n) return tw::copy_bytes(token.start, token.length);
+        if (i == n) return tw::copy_text(token.start, token.length);
         last = token;
         p = token.start + token.length;
         if (i == INT32_MAX) break;
     }
-    return n == 0 && last.length ? tw::copy_bytes(last.start, last.length) : nullptr;
+    return n == 0 && last.length ? tw::copy_text(last.start, last.length) : nullptr;
 }
 
 int cstrTokenFIND(char **cursor, int n, const char *delimiters) {
@@ -127,7 +127,7 @@ char *cstrTokenOBTAIN(const char *string, int n, const char *separator) {
     }
     const char *end = std::strstr(field, separator);
     size_t length = end ? static_cast<size_t>(end - field) : std::strlen(field);
-    return length ? tw::copy_bytes(field, length) : nullptr;
+    return length ? tw::copy_text(field, length) : nullptr;
 }
 
 char **cstrTOcstra(const char *string, const char *delimiters) {
@@ -146,7 +146,7 @@ char **cstrTOcstra(const char *string, const char *delimiters) {
             array = larger;
             capacity *= 2;
         }
-        if (!(array[count] = tw::copy_bytes(token.start, token.length))) break;
+        if (!(array[count] = tw::copy_text(token.start, token.length))) break;
         array[++count] = nullptr;
         p = token.start + token.length;
     }
