@@ -334,6 +334,10 @@ void close_module() {
     tw::os::mutex_close(module_mutex.exchange(nullptr));
 }
 
+// One more built-in row, set by the test suite before the first use (so
+// that the load's handling of a duplicate name can be shown).
+BuiltinRow extra_builtin_row{nullptr, nullptr, nullptr};
+
 // Builds the table on first use; false when it does not exist (a later call
 // tries again).
 bool table_ready() {
@@ -341,6 +345,7 @@ bool table_ready() {
     module.table = AVLopen(compare_entries, release_entry);
     if (!module.table) return false;
     for (size_t i = 0; i < kBuiltinRowCount; ++i) add_builtin_row(kBuiltinRows[i]);
+    if (extra_builtin_row.name) add_builtin_row(extra_builtin_row);
     apply_registry();
     build_name_index();
     if (!module.exit_handler_registered) module.exit_handler_registered = std::atexit(close_module) == 0;
@@ -473,3 +478,10 @@ int unlockConfig(void) {
 }
 
 }  // extern "C"
+
+// Test hook: a built-in row added after the table's own when the table is
+// loaded; to be called before the first use. The texts must outlive the
+// process, as the table's own do.
+extern "C" TW_API void twcommon_testhook_builtin_path_row(const char *name, const char *template_text) {
+    extra_builtin_row = BuiltinRow{name, template_text, nullptr};
+}

@@ -23,6 +23,10 @@ constexpr uint32_t kRegistryNoMoreItems = 259; // ERROR_NO_MORE_ITEMS
 // Value types.
 constexpr uint32_t kRegistryString = 1;  // REG_SZ
 constexpr uint32_t kRegistryDword = 4;   // REG_DWORD
+// The in-memory stand-in only: a value that cannot be read. Its four data
+// bytes are the NT error number that every read of it fails with, so that
+// the test suite can show how readers handle a failed read.
+constexpr uint32_t kRegistryUnreadable = 0xFFFFFFFF;
 
 struct RegistryKey;  // opaque
 

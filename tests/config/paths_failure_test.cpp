@@ -2,6 +2,7 @@
 // (event, type, insertion strings) and what callers get when memory runs out.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "support/eventlog_capture.h"
 #include "support/registry_fixture.h"
 #include "twcommon/config.h"
+#include "twcommon/diag.h"
 
 namespace {
 
@@ -206,6 +208,81 @@ TEST(PathsOutOfMemory, PathsFileSkipsAValueItCannotHold) {
     std::free(value);
     EXPECT_EQ(0, readPathsFile(file, &name, &value));
     closePathsFile(file);
+}
+
+#ifndef _WIN32
+// The in-memory registry can hold a value whose every read fails with a
+// given NT error number (type 0xFFFFFFFF, the number as its data).
+void set_unreadable_path(RegistryFixture &registry, const std::string &name, uint32_t error) {
+    registry.set_raw("Paths", name, 0xFFFFFFFFu, &error, sizeof error);
+}
+
+TEST(PathsReports, ValueThatCannotBeReadIsReportedAndSkipped) {
+    RegistryFixture registry;
+    registry.set_path("ROW_BEFORE", "before");
+    set_unreadable_path(registry, "ROW_DENIED", 5);  // ERROR_ACCESS_DENIED
+    registry.set_path("ROW_AFTER", "after");
+    EventLogCapture capture;
+    EXPECT_STREQ("before", getOrrickString("ROW_BEFORE"));
+    EXPECT_STREQ("after", getOrrickString("ROW_AFTER"));
+    EXPECT_STREQ("", getOrrickString("ROW_DENIED"));
+    char text[101];
+    GetErrorMessageStr(5, text, sizeof text);
+    expect_one(capture, 11, Event::error, {kPathsKey, "1", text});
+    EXPECT_EQ(1u, capture.events().size());
+}
+
+TEST(PathsReports, RegistryOutOfMemoryIsNotAReadFailure) {
+    RegistryFixture registry;
+    set_unreadable_path(registry, "ROW_NOT_ENOUGH", 8);  // ERROR_NOT_ENOUGH_MEMORY
+    set_unreadable_path(registry, "ROW_OUT_OF", 14);     // ERROR_OUTOFMEMORY
+    registry.set_path("ROW_FINE", "fine");
+    PathsFile *file = openPathsFile();
+    ASSERT_NE(nullptr, file);
+    EventLogCapture capture;
+    char *name, *value;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(1, readPathsFile(file, &name, &value));
+        EXPECT_EQ(nullptr, name);
+        EXPECT_EQ(nullptr, value);
+    }
+    ASSERT_EQ(1, readPathsFile(file, &name, &value));
+    EXPECT_STREQ("ROW_FINE", name);
+    std::free(name);
+    std::free(value);
+    EXPECT_EQ(0, readPathsFile(file, &name, &value));
+    closePathsFile(file);
+    auto reports = with_id(capture, 12);
+    ASSERT_EQ(2u, reports.size());
+    EXPECT_EQ((std::vector<std::string>{kPathsKey, "0"}), reports[0].strings);
+    EXPECT_EQ((std::vector<std::string>{kPathsKey, "1"}), reports[1].strings);
+    EXPECT_EQ(2u, capture.events().size());
+}
+#endif
+
+extern "C" TW_API void twcommon_testhook_builtin_path_row(const char *name, const char *template_text);
+extern "C" TW_API void twcommon_testhook_eventlog(void (*sink)(void *, const char *, int, unsigned, uint32_t, int,
+                                                                const char *const *),
+                                                   void *context);
+
+// Prints each report, so that the parent of a death test can see them.
+void print_event(void *, const char *, int type, unsigned, uint32_t id, int count, const char *const *strings) {
+    std::fprintf(stderr, "event %u type %d:", unsigned(id), type);
+    for (int i = 0; i < count; ++i) std::fprintf(stderr, " [%s]", strings[i]);
+    std::fprintf(stderr, "\n");
+    std::fflush(stderr);
+}
+
+void load_with_a_duplicate_builtin_row() {
+    twcommon_testhook_eventlog(print_event, nullptr);
+    twcommon_testhook_builtin_path_row("BP_LOGS", "/elsewhere");
+    getOrrickString("BP_LOGS");
+}
+
+TEST(PathsReportsDeathTest, DuplicateBuiltInNameIsReportedThenAsserted) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(load_with_a_duplicate_builtin_row(), "event 20 type 0: \\[BP_LOGS\\]");
+    EXPECT_DEATH(load_with_a_duplicate_builtin_row(), "1 == 2");
 }
 
 }  // namespace

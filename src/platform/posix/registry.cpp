@@ -55,6 +55,11 @@ Value *find_value(std::vector<Value> &values, const char *name) {
 // Copies data out as the NT registry does: size only when data is null,
 // ERROR_MORE_DATA when it does not fit.
 uint32_t copy_out(const Value &v, uint32_t *type, uint8_t *data, uint32_t *data_size) {
+    if (v.type == kRegistryUnreadable && v.data.size() == sizeof(uint32_t)) {
+        uint32_t error;
+        std::memcpy(&error, v.data.data(), sizeof error);
+        return error;
+    }
     if (type) *type = v.type;
     if (!data_size) return kRegistryOk;
     uint32_t room = *data_size;
