@@ -11,18 +11,38 @@
 #ifndef TW_PLATFORM_DIRECTORIES_H
 #define TW_PLATFORM_DIRECTORIES_H
 
+#include <cerrno>
+
+#if defined(_WIN32)
+#include "twcommon/unixnt.h"  // the library's own opendir/readdir/closedir
+#else
+#include <dirent.h>
+#endif
+
 #include "twcommon/base.h"
 
 namespace tw::os {
 
-struct DirectoryStream;
+// Both platforms have the POSIX directory stream, so it is the stream here.
+using DirectoryStream = DIR;
 
 // Opens a stream over the entries of dir; null with errno set.
-DirectoryStream *open_directory(const char *dir);
+inline DirectoryStream *open_directory(const char *dir) {
+    if (!dir) {
+        errno = EFAULT;
+        return nullptr;
+    }
+    return opendir(dir);
+}
 // The next entry's name ("." and ".." included), valid until the next call;
 // null at the end.
-const char *next_directory_name(DirectoryStream *stream);
-void close_directory(DirectoryStream *stream);
+inline const char *next_directory_name(DirectoryStream *stream) {
+    const dirent *entry = stream ? readdir(stream) : nullptr;
+    return entry ? entry->d_name : nullptr;
+}
+inline void close_directory(DirectoryStream *stream) {
+    if (stream) closedir(stream);
+}
 
 // 0 when path names an existing entry (*is_directory tells its kind), else
 // -1 with errno set.

@@ -1,8 +1,8 @@
 /*
- * Directory services off Windows: the C library's directory stream and
- * POSIX stat/mkdir. Wide names are UTF-16 and become UTF-8 for each call.
+ * Directory services off Windows: POSIX stat/mkdir (the stream is the C
+ * library's, in the header). Wide names are UTF-16 and become UTF-8 for
+ * each call.
  */
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -31,24 +31,6 @@ char *utf8_copy(const tw_wchar_t *path) {
 }
 
 }  // namespace
-
-// The stream is the directory handle itself.
-DirectoryStream *open_directory(const char *dir) {
-    if (!dir) {
-        errno = EFAULT;
-        return nullptr;
-    }
-    return reinterpret_cast<DirectoryStream *>(opendir(dir));
-}
-
-const char *next_directory_name(DirectoryStream *stream) {
-    const dirent *entry = stream ? readdir(reinterpret_cast<DIR *>(stream)) : nullptr;
-    return entry ? entry->d_name : nullptr;
-}
-
-void close_directory(DirectoryStream *stream) {
-    if (stream) closedir(reinterpret_cast<DIR *>(stream));
-}
 
 int path_status(const char *path, bool *is_directory) {
     struct stat info;

@@ -33,7 +33,7 @@ void deregister_event_source(EventSource source) {
 }
 
 bool report_event(EventSource source, EventType type, uint16_t, uint32_t event_id, int count,
-                  const char *const *strings) {
+                  const char *const *strings) try {
     if (!source) return false;
     std::string text;
     for (int i = 0; i < count; ++i) {
@@ -43,6 +43,8 @@ bool report_event(EventSource source, EventType type, uint16_t, uint32_t event_i
     int priority = type == EventType::error ? LOG_ERR : type == EventType::warning ? LOG_WARNING : LOG_INFO;
     syslog(priority, "[%u] %s", unsigned(event_id), text.c_str());
     return true;
+} catch (...) {  // std::string out of memory
+    return false;
 }
 
 }  // namespace tw::os

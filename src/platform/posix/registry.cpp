@@ -76,7 +76,7 @@ struct RegistryKey {
     char path[1024];
 };
 
-RegistryKey *registry_open(RegistryRoot root, const char *subkey, uint32_t *error) {
+RegistryKey *registry_open(RegistryRoot root, const char *subkey, uint32_t *error) try {
     std::string path = key_path(root, subkey);
     std::lock_guard<std::mutex> hold(store().lock);
     if (!store().keys.count(path)) {
@@ -90,12 +90,15 @@ RegistryKey *registry_open(RegistryRoot root, const char *subkey, uint32_t *erro
     }
     Q_strlcpy(key->path, path.c_str(), sizeof key->path);
     return key;
+} catch (...) {  // the store out of memory
+    if (error) *error = kRegistryNoMemory;
+    return nullptr;
 }
 
 void registry_close(RegistryKey *key) { tw::mem_free(key); }
 
 uint32_t registry_enum_value(RegistryKey *key, uint32_t index, char *name, uint32_t *name_size, uint32_t *type,
-                             uint8_t *data, uint32_t *data_size) {
+                             uint8_t *data, uint32_t *data_size) try {
     std::lock_guard<std::mutex> hold(store().lock);
     auto found = store().keys.find(key->path);
     if (found == store().keys.end() || index >= found->second.size()) return kRegistryNoMoreItems;
@@ -104,19 +107,23 @@ uint32_t registry_enum_value(RegistryKey *key, uint32_t index, char *name, uint3
     std::memcpy(name, v.name.c_str(), v.name.size() + 1);
     *name_size = uint32_t(v.name.size());
     return copy_out(v, type, data, data_size);
+} catch (...) {  // the store out of memory
+    return kRegistryNoMemory;
 }
 
 uint32_t registry_query_value(RegistryKey *key, const char *name, uint32_t *type, uint8_t *data,
-                              uint32_t *data_size) {
+                              uint32_t *data_size) try {
     std::lock_guard<std::mutex> hold(store().lock);
     auto found = store().keys.find(key->path);
     if (found == store().keys.end()) return kRegistryNotFound;
     Value *v = find_value(found->second, name);
     return v ? copy_out(*v, type, data, data_size) : kRegistryNotFound;
+} catch (...) {  // the store out of memory
+    return kRegistryNoMemory;
 }
 
 uint32_t registry_write_value(RegistryRoot root, const char *subkey, const char *name, uint32_t type,
-                              const void *data, uint32_t size) {
+                              const void *data, uint32_t size) try {
     std::lock_guard<std::mutex> hold(store().lock);
     auto &values = store().keys[key_path(root, subkey)];
     auto bytes = static_cast<const uint8_t *>(data);
@@ -128,9 +135,11 @@ uint32_t registry_write_value(RegistryRoot root, const char *subkey, const char 
         values.push_back(Value{name ? name : "", type, std::move(copy)});
     }
     return kRegistryOk;
+} catch (...) {  // the store out of memory
+    return kRegistryNoMemory;
 }
 
-uint32_t registry_delete_value(RegistryRoot root, const char *subkey, const char *name) {
+uint32_t registry_delete_value(RegistryRoot root, const char *subkey, const char *name) try {
     std::lock_guard<std::mutex> hold(store().lock);
     auto found = store().keys.find(key_path(root, subkey));
     if (found == store().keys.end()) return kRegistryNotFound;
@@ -140,9 +149,11 @@ uint32_t registry_delete_value(RegistryRoot root, const char *subkey, const char
     if (it == values.end()) return kRegistryNotFound;
     values.erase(it);
     return kRegistryOk;
+} catch (...) {  // the store out of memory
+    return kRegistryNoMemory;
 }
 
-uint32_t registry_delete_key(RegistryRoot root, const char *subkey) {
+uint32_t registry_delete_key(RegistryRoot root, const char *subkey) try {
     std::string path = key_path(root, subkey);
     std::lock_guard<std::mutex> hold(store().lock);
     bool any = false;
@@ -158,6 +169,8 @@ uint32_t registry_delete_key(RegistryRoot root, const char *subkey) {
         }
     }
     return any ? kRegistryOk : kRegistryNotFound;
+} catch (...) {  // the store out of memory
+    return kRegistryNoMemory;
 }
 
 }  // namespace tw::os

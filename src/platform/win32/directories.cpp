@@ -1,7 +1,7 @@
 /*
- * Directory services on Windows: the library's own directory stream (the
- * NT search wrapped by opendir/readdir), file attributes for the status and
- * the C runtime's mkdir. 8-bit names are in the ANSI code page.
+ * Directory services on Windows: file attributes for the status and the C
+ * runtime's mkdir (the stream is the library's own opendir, in the header).
+ * 8-bit names are in the ANSI code page.
  */
 #include <windows.h>
 
@@ -11,7 +11,6 @@
 
 #include "base/alloc.h"
 #include "platform/directories.h"
-#include "twcommon/unixnt.h"
 
 namespace tw::os {
 namespace {
@@ -29,24 +28,6 @@ int status_from_attributes(DWORD attributes, bool *is_directory) {
 }
 
 }  // namespace
-
-// The stream is the directory handle itself.
-DirectoryStream *open_directory(const char *dir) {
-    if (!dir) {
-        errno = EFAULT;
-        return nullptr;
-    }
-    return reinterpret_cast<DirectoryStream *>(opendir(dir));
-}
-
-const char *next_directory_name(DirectoryStream *stream) {
-    const dirent *entry = stream ? readdir(reinterpret_cast<DIR *>(stream)) : nullptr;
-    return entry ? entry->d_name : nullptr;
-}
-
-void close_directory(DirectoryStream *stream) {
-    if (stream) closedir(reinterpret_cast<DIR *>(stream));
-}
 
 int path_status(const char *path, bool *is_directory) {
     if (!path) {
