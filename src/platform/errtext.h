@@ -21,7 +21,7 @@ using MessageLibrary = void *;
 MessageLibrary load_message_library(const char *name);
 void unload_message_library(MessageLibrary library);
 // Writes the string resource numbered id into buf (cut to size); false when
-// the library has no such string.
+// the library has no such string (always for ids above 65535).
 bool message_library_text(MessageLibrary library, uint32_t id, char *buf, unsigned size);
 
 // The C runtime's text for an errno value, or null when the value lies

@@ -56,9 +56,16 @@ TEST(ErrorTextNT, LibraryTextForANumberTheSystemLacks) {
 
 TEST(ErrorTextNT, NumberTheLibraryLacksGivesTheShortFallback) {
     make_message_library_reachable();
-    EXPECT_STREQ(GetErrorMessage(kLibraryLacks), "Error: 60002");
-    char buf[100];
-    EXPECT_STREQ(GetErrorMessageStr(kLibraryLacks, buf, sizeof buf), "Error: 60002");
+    // 125537 is 60001 + 65536: string resources have 16-bit identifiers, so
+    // a lookup that dropped the high bits would answer the library's text.
+    for (uint32_t code : {kLibraryLacks, kLibraryCode + 0x10000}) {
+        const std::string expected = "Error: " + std::to_string(code);
+        EXPECT_EQ(GetErrorMessage(code), expected);
+        char buf[100];
+        EXPECT_EQ(GetErrorMessageStr(code, buf, sizeof buf), expected);
+        FormatErrorMessageStr(code, buf, sizeof buf, "%%s");
+        EXPECT_EQ(std::string(buf), expected);
+    }
 }
 
 }  // namespace

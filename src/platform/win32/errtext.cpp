@@ -29,7 +29,9 @@ void unload_message_library(MessageLibrary library) {
 }
 
 bool message_library_text(MessageLibrary library, uint32_t id, char *buf, unsigned size) {
-    if (!library || !buf || size == 0 || size > 0x7FFFFFFF) return false;
+    // String resources have 16-bit identifiers and LoadString looks only at
+    // the low 16 bits: a larger number would take another number's text.
+    if (!library || !buf || size == 0 || size > 0x7FFFFFFF || id > 0xFFFF) return false;
     return LoadStringA(static_cast<HMODULE>(library), UINT(id), buf, int(size)) > 0;
 }
 
