@@ -2,12 +2,15 @@
 // inside it in increasing order, each starts at a percent sign, their texts
 // fit 63 characters, argument numbers are positive where an argument is
 // taken and -1 where none is, the problem count is never negative (memory
-// never runs out here), and scanning without a list counts the same.
+// never runs out here), and scanning without a list counts the same. The
+// system log's mode (C99 sizes taken) gives the first malformed
+// conversion's offset at a percent sign, and counts it as a problem.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "locale/fmtscan.h"
 #include "twcommon/locale.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -33,5 +36,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     freeConvSpecList(list);
 
     if (scanFmtString(format.c_str(), nullptr) != problems) std::abort();
+
+    int first_problem = 0;
+    const int c99_problems = tw::locale::scan_format(format.c_str(), nullptr, tw::locale::ScanOptions{true}, &first_problem);
+    if (c99_problems < 0 || (first_problem >= 0 && c99_problems == 0)) std::abort();
+    if (first_problem >= 0 && (first_problem >= length || format[size_t(first_problem)] != '%')) std::abort();
     return 0;
 }

@@ -19,6 +19,8 @@
 
 #include "base/alloc.h"
 #include "diag/eventlog.h"
+#include "diag/syslog.h"
+#include "locale/fmtscan.h"
 #include "twcommon/diag.h"
 #include "twcommon/locale.h"
 #include "twcommon/text.h"
@@ -92,22 +94,68 @@ void expand_percent_m(const char *format, const char *error_text) {
 
 // ---- Q_Syslog's argument table ----
 
-enum class ArgKind : unsigned char { unset, word, pointer, int64, floating };
+// The type an argument was passed as, from its conversion letter and size.
+enum class ArgKind : unsigned char { unset, int_, long_, long_long, size, pointer, floating, long_floating };
 
 struct Argument {
     ArgKind kind;
-    int64_t integer;  // int and 64-bit values; pointers as numbers
+    int64_t integer;  // integers, and pointers as numbers
     const void *pointer;
-    double floating;
+    long double floating;
 };
 
-ArgKind arg_kind_of(int spec_kind) {
-    switch (spec_kind) {
+// A conversion specification's text split at its size letters: [text, size) is the
+// percent sign with flags, width and precision, [size, letter) the size.
+struct SpecParts {
+    const char *size;
+    const char *letter;
+};
+
+SpecParts parts_of(const ConvSpec &node) {
+    const size_t n = std::strlen(node.text);
+    if (n < 2) return {node.text + n, node.text + n};
+    const char *letter = node.text + n - 1;
+    const char *size = letter;
+    if (letter - node.text >= 4 && std::strncmp(letter - 3, "I64", 3) == 0)
+        size = letter - 3;
+    else
+        while (size > node.text && std::strchr("hlLjzt", size[-1])) --size;
+    return {size, letter};
+}
+
+bool size_is(const SpecParts &parts, const char *size) {
+    const size_t n = std::strlen(size);
+    return size_t(parts.letter - parts.size) == n && std::strncmp(parts.size, size, n) == 0;
+}
+
+bool is_integer_letter(char c) { return c && std::strchr("diouxX", c); }
+
+ArgKind arg_kind_of(const ConvSpec &node) {
+    const SpecParts parts = parts_of(node);
+    switch (node.kind) {
     case CONVSPEC_STRING:
     case CONVSPEC_COUNT: return ArgKind::pointer;
-    case CONVSPEC_INT64: return ArgKind::int64;
-    case CONVSPEC_DOUBLE: return ArgKind::floating;
-    default: return ArgKind::word;
+    case CONVSPEC_DOUBLE: return size_is(parts, "L") ? ArgKind::long_floating : ArgKind::floating;
+    case CONVSPEC_INT:
+    case CONVSPEC_INT64: break;
+    default: return ArgKind::unset;
+    }
+    if (!is_integer_letter(*parts.letter)) return ArgKind::int_;  // %c and %C take a promoted int
+    if (size_is(parts, "l")) return ArgKind::long_;
+    if (size_is(parts, "ll") || size_is(parts, "L") || size_is(parts, "I64") || size_is(parts, "j"))
+        return ArgKind::long_long;
+    if (size_is(parts, "z") || size_is(parts, "t")) return ArgKind::size;
+    return ArgKind::int_;  // no size, "h" or "hh": promoted to int
+}
+
+// How many low bits of an integer argument its conversion prints.
+int integer_bits(const ConvSpec &node, ArgKind kind) {
+    const SpecParts parts = parts_of(node);
+    switch (kind) {
+    case ArgKind::long_: return int(sizeof(long) * 8);
+    case ArgKind::long_long: return 64;
+    case ArgKind::size: return int(sizeof(size_t) * 8);
+    default: return size_is(parts, "hh") ? 8 : size_is(parts, "h") ? 16 : 32;
     }
 }
 
@@ -115,8 +163,8 @@ void note_kind(Argument *args, int number, ArgKind kind) {
     if (number > 0 && args[number].kind == ArgKind::unset) args[number].kind = kind;
 }
 
-// Reads arguments 1..count by the kinds the conversion specifications gave them; a
-// number no conversion specification names is read as a plain int.
+// Reads arguments 1..count, each as the type its conversion specification
+// says the caller passed.
 void read_arguments(Argument *args, int count, va_list list) {
     for (int n = 1; n <= count; ++n) {
         Argument &a = args[n];
@@ -125,8 +173,11 @@ void read_arguments(Argument *args, int count, va_list list) {
             a.pointer = va_arg(list, const void *);
             a.integer = int64_t(reinterpret_cast<intptr_t>(a.pointer));
             break;
-        case ArgKind::int64: a.integer = va_arg(list, int64_t); break;
+        case ArgKind::long_: a.integer = va_arg(list, long); break;
+        case ArgKind::long_long: a.integer = va_arg(list, long long); break;
+        case ArgKind::size: a.integer = int64_t(va_arg(list, size_t)); break;
         case ArgKind::floating: a.floating = va_arg(list, double); break;
+        case ArgKind::long_floating: a.floating = va_arg(list, long double); break;
         default: a.integer = va_arg(list, int); break;
         }
     }
@@ -156,32 +207,18 @@ void format_with(char *buf, const char *conversion, const ConvSpec &node, const 
         format_conversion(buf, conversion, value);
 }
 
-// The conversion specification as the runtime formatter reads it. %m formats a narrow
-// text whatever size letter it was given. msvcrt takes "I64" and reads "%Lf"
-// as a double; elsewhere those are "ll" and a plain "%f".
-void runtime_conversion(const ConvSpec &node, char (&out)[sizeof(ConvSpec::text) + 1]) {
-    const bool errno_text = node.kind == CONVSPEC_ERRNO;
-    int o = 0;
-    for (const char *p = node.text; *p; ++p) {
-        if (p[0] == 'I' && p[1] == '6' && p[2] == '4') {
-            p += 2;
-            if (errno_text) continue;
 #if defined(_WIN32)
-            const char *size64 = "I64";
+constexpr char kSize64[] = "I64";  // what msvcrt reads as a 64-bit integer
 #else
-            const char *size64 = "ll";
+constexpr char kSize64[] = "ll";
 #endif
-            for (const char *q = size64; *q; ++q) out[o++] = *q;
-            continue;
-        }
-        const bool size = *p == 'h' || *p == 'l' || *p == 'L';
-        if (size && errno_text) continue;
-#if !defined(_WIN32)
-        if (*p == 'L' && node.kind == CONVSPEC_DOUBLE) continue;
-#endif
-        out[o++] = *p;
-    }
-    out[o] = '\0';
+
+using ConversionText = char[sizeof(ConvSpec::text) + 4];
+
+// The specification with its size letters replaced by size ("" drops them).
+void with_size(const ConvSpec &node, const char *size, ConversionText &out) {
+    const SpecParts parts = parts_of(node);
+    Q_snprintf(out, sizeof out, "%.*s%s%s", int(parts.size - node.text), node.text, size, parts.letter);
 }
 
 // A conversion specification cut to 63 characters has lost its conversion letter and
@@ -191,32 +228,67 @@ bool is_whole(const ConvSpec &node) {
     return n > 0 && std::strchr("%CEGSXcdefginopsux", node.text[n - 1]) != nullptr;
 }
 
+// Every integer is printed as a 64-bit one, cut to the bits its own size
+// names and extended by the signedness of its conversion letter.
+void format_integer(const ConvSpec &node, const Argument *args, const Argument &value) {
+    const int bits = integer_bits(node, value.kind);
+    uint64_t number = uint64_t(value.integer);
+    if (bits < 64) {
+        const uint64_t mask = (uint64_t(1) << bits) - 1;
+        const uint64_t sign = uint64_t(1) << (bits - 1);
+        number &= mask;
+        const char letter = *parts_of(node).letter;
+        if ((letter == 'd' || letter == 'i') && (number & sign)) number |= ~mask;
+    }
+    ConversionText conversion;
+    with_size(node, kSize64, conversion);
+    format_with(message_buffer, conversion, node, args, static_cast<long long>(number));
+}
+
 void format_node(const ConvSpec &node, const Argument *args, const char *error_text) {
-    char conversion[sizeof(ConvSpec::text) + 1];
-    runtime_conversion(node, conversion);
     if (!is_whole(node)) {
         Q_strlcpy(message_buffer, node.text, kMessageSize);
         return;
     }
     const Argument &value = args[node.arg > 0 ? node.arg : 0];
+    ConversionText conversion;
     switch (node.kind) {
-    case CONVSPEC_ERRNO: format_with(message_buffer, conversion, node, args, error_text); break;
-    case CONVSPEC_STRING: format_with(message_buffer, conversion, node, args, value.pointer); break;
-    case CONVSPEC_INT64: format_with(message_buffer, conversion, node, args, static_cast<long long>(value.integer)); break;
-    case CONVSPEC_DOUBLE: format_with(message_buffer, conversion, node, args, value.floating); break;
-    default:
-#if !defined(_WIN32)
-        if (std::strchr(conversion, 'l')) {  // long is wider than int here
-            format_with(message_buffer, conversion, node, args, long(int(value.integer)));
-            break;
-        }
+    case CONVSPEC_ERRNO:  // a narrow text, whatever size letter it was given
+        with_size(node, "", conversion);
+        format_with(message_buffer, conversion, node, args, error_text);
+        break;
+    case CONVSPEC_STRING: format_with(message_buffer, node.text, node, args, value.pointer); break;
+    case CONVSPEC_DOUBLE:
+#if defined(_WIN32)
+        // msvcrt reads "%Lf" as a double
+        with_size(node, "", conversion);
+        format_with(message_buffer, conversion, node, args, double(value.floating));
+#else
+        if (value.kind == ArgKind::long_floating)
+            format_with(message_buffer, node.text, node, args, value.floating);
+        else
+            format_with(message_buffer, node.text, node, args, double(value.floating));
 #endif
-        format_with(message_buffer, conversion, node, args, int(value.integer));
+        break;
+    default:
+        if (is_integer_letter(*parts_of(node).letter))
+            format_integer(node, args, value);
+        else
+            format_with(message_buffer, node.text, node, args, int(value.integer));
         break;
     }
 }
 
+// The argument numbers a conversion specification reads.
+bool reads_only_below(const ConvSpec &node, int limit) {
+    for (int number : {node.arg, node.width_arg, node.precision_arg})
+        if (number >= limit) return false;
+    return true;
+}
+
 }  // namespace
+
+bool tw::diag::system_log_is_open() { return log_is_open(); }
 
 extern "C" {
 
@@ -254,11 +326,16 @@ void Q_Syslog(uint32_t event_id, int priority, const char *format, ...) {
     int string_count = 0;
     int highest = 0;
     int node_count = 0;
+    int first_problem = -1;
+    int readable = 0;  // arguments 1..readable-1 are read
 
-    if (scanFmtString(format, &specs) < 0) goto done;
+    // Arguments are read only up to the first malformed conversion specification:
+    // what it would have taken is unknown, so no later one may read either.
+    if (tw::locale::scan_format(format, &specs, tw::locale::ScanOptions{true}, &first_problem) < 0) goto done;
     for (const ConvSpec *n = specs; n; n = n->next) {
-        for (int number : {n->arg, n->width_arg, n->precision_arg})
-            if (number > highest) highest = number;
+        if (first_problem < 0 || n->offset < first_problem)
+            for (int number : {n->arg, n->width_arg, n->precision_arg})
+                if (number > highest) highest = number;
         ++node_count;
     }
     if (highest > kMaxArguments) goto done;
@@ -266,21 +343,29 @@ void Q_Syslog(uint32_t event_id, int priority, const char *format, ...) {
     args = static_cast<Argument *>(tw::mem_calloc(size_t(highest) + 1, sizeof(Argument)));
     strings = static_cast<char **>(tw::mem_calloc(size_t(node_count) + 1, sizeof(char *)));
     if (!args || !strings) goto done;
-    for (const ConvSpec *n = specs; n; n = n->next) {
-        note_kind(args, n->width_arg, ArgKind::word);
-        note_kind(args, n->precision_arg, ArgKind::word);
-        note_kind(args, n->arg, arg_kind_of(n->kind));
+    for (const ConvSpec *n = specs; n && (first_problem < 0 || n->offset < first_problem); n = n->next) {
+        note_kind(args, n->width_arg, ArgKind::int_);
+        note_kind(args, n->precision_arg, ArgKind::int_);
+        note_kind(args, n->arg, arg_kind_of(*n));
+    }
+    // An argument no conversion specification names has no known type: reading
+    // stops before it.
+    for (readable = 1; readable <= highest && args[readable].kind != ArgKind::unset; ++readable) {
     }
     {
         va_list list;
         va_start(list, format);
-        read_arguments(args, highest, list);
+        read_arguments(args, readable - 1, list);
         va_end(list);
     }
 
     for (const ConvSpec *n = specs; n; n = n->next) {
         if (n->kind == CONVSPEC_PERCENT || n->kind == CONVSPEC_COUNT) continue;
-        format_node(*n, args, error_text);
+        const bool has_values = (first_problem < 0 || n->offset < first_problem) && reads_only_below(*n, readable);
+        if (has_values)
+            format_node(*n, args, error_text);
+        else
+            Q_strlcpy(message_buffer, n->text, kMessageSize);
         char *copy = tw::copy_text(message_buffer, std::strlen(message_buffer));
         if (!copy) goto done;
         strings[string_count++] = copy;

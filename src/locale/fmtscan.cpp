@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "base/alloc.h"
+#include "locale/fmtscan.h"
 #include "twcommon/locale.h"
 
 namespace {
@@ -143,11 +144,11 @@ struct Pending {
 
 bool is_i64_size(const char *p) { return p[0] == 'I' && p[1] == '6' && p[2] == '4'; }
 
+bool is_c99_only_size(char c) { return c == 'j' || c == 'z' || c == 't'; }
+
 }  // namespace
 
-extern "C" {
-
-void freeConvSpecList(ConvSpec *list) {
+extern "C" void freeConvSpecList(ConvSpec *list) {
     while (list) {
         ConvSpec *next = list->next;
         tw::mem_free(list);
@@ -155,8 +156,9 @@ void freeConvSpecList(ConvSpec *list) {
     }
 }
 
-int scanFmtString(const char *format, ConvSpec **list) {
+int tw::locale::scan_format(const char *format, ConvSpec **list, ScanOptions options, int *first_problem) {
     if (list) *list = nullptr;
+    if (first_problem) *first_problem = -1;
     if (!format) return 0;
 
     ConvSpec *head = nullptr;
@@ -189,9 +191,21 @@ int scanFmtString(const char *format, ConvSpec **list) {
             continue;
         }
 
+        if (options.c99_sizes) {
+            // "j", "z", "t" stand where a size letter may; "ll" and "hh" double one.
+            const bool size_here = kTransitions[state][size_letter] == after_size && is_c99_only_size(c);
+            const bool doubled = state == after_size && (c == 'l' || c == 'h') && format[i - 1] == c &&
+                                 format[i - 2] != c;
+            if (size_here || doubled) {
+                pending.append(c);
+                state = after_size;
+                continue;
+            }
+        }
+
         const int next = kTransitions[state][classify(static_cast<unsigned char>(c))];
         if (next == kMalformed) {
-            ++problems;
+            if (problems++ == 0 && first_problem) *first_problem = pending.node.offset;
             if (c == '\0') break;
             state = text_state;
             continue;
@@ -282,4 +296,6 @@ int scanFmtString(const char *format, ConvSpec **list) {
     return problems;
 }
 
-}  // extern "C"
+extern "C" int scanFmtString(const char *format, ConvSpec **list) {
+    return tw::locale::scan_format(format, list, tw::locale::ScanOptions{}, nullptr);
+}

@@ -1,13 +1,19 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "support/alloc_hook.h"
 #include "support/eventlog_capture.h"
+#include "support/registry_fixture.h"
+#include "twcommon/config.h"
 #include "twcommon/diag.h"
 
 namespace {
@@ -167,11 +173,46 @@ TEST_F(SyslogTest, QSyslogWithoutConversionsReportsNoStrings) {
     Q_Openlog("twjobd");
     Q_Syslog(6, LOG_INFO, "plain text, 100%%");
     Q_Syslog(7, LOG_INFO, nullptr);
-    Q_Syslog(8, LOG_INFO, "bad %y then %s", "ok");
-    ASSERT_EQ(capture.events().size(), 3u);
+    ASSERT_EQ(capture.events().size(), 2u);
     EXPECT_TRUE(capture.events()[0].strings.empty());
     EXPECT_TRUE(capture.events()[1].strings.empty());
-    EXPECT_EQ(capture.events()[2].strings, Strings{"ok"});
+}
+
+TEST_F(SyslogTest, QSyslogReadsEachSizeAsTheCallerPassedIt) {
+    Q_Openlog("twjobd");
+    Q_Syslog(7, 3, "%lld %s", 5LL, "after");
+    Q_Syslog(7, 3, "%zu %s", SIZE_MAX, "after");
+    Q_Syslog(7, 3, "%hhd %hhu %hd %s", -1, 511, 70000, "after");
+    Q_Syslog(7, 3, "%ld %lu %s", LONG_MIN, ULONG_MAX, "after");
+    Q_Syslog(7, 3, "%jd %td %lx %s", INTMAX_MIN, ptrdiff_t(-3), -1L, "after");
+    Q_Syslog(7, 3, "%.2Lf %s", 1.25L, "after");
+    char long_hex[32];
+    std::snprintf(long_hex, sizeof long_hex, "%lx", -1L);
+    const Strings expected[] = {
+        {"5", "after"},
+        {std::to_string(SIZE_MAX), "after"},
+        {"-1", "255", "4464", "after"},
+        {std::to_string(LONG_MIN), std::to_string(ULONG_MAX), "after"},
+        {std::to_string(INTMAX_MIN), "-3", long_hex, "after"},
+        {"1.25", "after"},
+    };
+    ASSERT_EQ(capture.events().size(), std::size(expected));
+    for (size_t i = 0; i < std::size(expected); ++i) EXPECT_EQ(capture.events()[i].strings, expected[i]) << i;
+}
+
+TEST_F(SyslogTest, QSyslogReadsNoArgumentFromAMalformedConversionOn) {
+    // What a malformed conversion or an unnamed argument number would take is
+    // unknown, so no argument at or after it is read: the later conversions
+    // are reported as written.
+    Q_Openlog("twjobd");
+    Q_Syslog(8, LOG_INFO, "bad %y then %s", "ok");
+    Q_Syslog(8, LOG_INFO, "%d %q %s %d", 1, "x", 2);
+    Q_Syslog(8, LOG_INFO, "%s %llld %s", "a", 1LL, "b");
+    Q_Syslog(8, LOG_INFO, "%2$s", 1, "x");
+    Q_Syslog(8, LOG_INFO, "%1$d %3$s", 1, 2, "x");
+    const Strings expected[] = {{"%s"}, {"1", "%s", "%d"}, {"a", "%s"}, {"%s"}, {"1", "%s"}};
+    ASSERT_EQ(capture.events().size(), std::size(expected));
+    for (size_t i = 0; i < std::size(expected); ++i) EXPECT_EQ(capture.events()[i].strings, expected[i]) << i;
 }
 
 TEST_F(SyslogTest, QSyslogRefusesAbsurdArgumentNumbers) {
@@ -198,6 +239,20 @@ TEST_F(SyslogTest, QSyslogEndsSilentlyWhenMemoryRunsOut) {
                 ASSERT_EQ(capture.events().size(), 1u);
         });
     EXPECT_GT(failures, 3);
+}
+
+TEST_F(SyslogTest, LibraryReportsLeaveTheProgramsLogOpen) {
+    twtest::RegistryFixture registry;
+    registry.set_path("x", "refused");  // a one-letter name: the table reports it
+    Q_Openlog("twjobd");
+    EXPECT_STREQ(getOrrickString("x"), "");
+    EXPECT_NE(NTsyslog(LOG_ERR, "still open"), 0);
+    const auto &events = capture.events();
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(events[0].id, 5u);
+    EXPECT_EQ(events[0].source, "Tallowind Job Manager");
+    EXPECT_EQ(events[1].strings, Strings{"still open"});
+    EXPECT_EQ(events[1].source, "Tallowind Job Manager");
 }
 
 }  // namespace
