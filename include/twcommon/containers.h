@@ -19,7 +19,9 @@ TW_EXTERN_C_BEGIN
 typedef struct AVLtree AVLtree;
 
 /* compare(key, item): negative, 0 or positive. A null comparison orders by
- * the pointer values themselves, as unsigned numbers. */
+ * the pointer values themselves, as unsigned numbers. The comparison, free,
+ * visit and predicate functions are called from C code and must not throw:
+ * an exception would leave the tree half changed. */
 typedef int (*AVLcompare)(const void *key, const void *item);
 typedef void (*AVLfree)(void *item);
 typedef void (*AVLvisit)(void *item, void *argument);

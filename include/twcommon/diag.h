@@ -75,7 +75,8 @@ TW_API extern int debugFD;
 /* When 1, debuglog moves debugFD to a new day's file when the day changes. */
 TW_API extern int Auto_Recycle_Logs;
 
-/* A replacement sink for the debug log: (datum, level, text, function). */
+/* A replacement sink for the debug log: (datum, level, text, function). It is
+ * called from C code and must not throw. */
 typedef int (*log_callback_fn)(void *datum, int level, const char *text, const char *function);
 /* The previous sink, as log_set_callback hands it back. */
 typedef struct log_callback_record {

@@ -8,7 +8,9 @@
  * arguments are the caller's business.
  *
  * FixNTargv keeps one process-wide block with the quoted program path; it
- * is released when the library is unloaded (FreeNTCmdArgsVectors).
+ * is released when the DLL is unloaded (FreeNTCmdArgsVectors). Off Windows
+ * it is left to the system at exit: a destructor there would also run at
+ * process exit, while other threads may still use the vector.
  */
 #include <cstring>
 
@@ -122,8 +124,3 @@ int FreeNTCmdArgsVectors(void) {
 }
 
 }  // extern "C"
-
-#if !defined(_WIN32)
-// Off Windows there is no DLL entry point; release the block at unload.
-__attribute__((destructor)) static void release_argument_vectors() { FreeNTCmdArgsVectors(); }
-#endif

@@ -66,7 +66,7 @@ uint32_t copy_out(const Value &v, uint32_t *type, uint8_t *data, uint32_t *data_
     *data_size = uint32_t(v.data.size());
     if (!data) return kRegistryOk;
     if (room < v.data.size()) return kRegistryMoreData;
-    std::memcpy(data, v.data.data(), v.data.size());
+    if (!v.data.empty()) std::memcpy(data, v.data.data(), v.data.size());  // an empty vector's data() may be null
     return kRegistryOk;
 }
 
