@@ -34,8 +34,9 @@ TW_API int FreeNTCmdArgsVectors(void);
 
 /* ---- Rename and system queries (Windows only) ---- */
 
-/* Renames with Unix semantics: an existing target is replaced, a move across
- * volumes copies. 0 (errno 0) or the NT error number (errno 2, 13 or 22). */
+/* Renames with Unix semantics (UTF-8 paths): an existing target is replaced,
+ * a move across volumes copies. 0 (errno 0) or the NT error number (errno 2,
+ * 13 or 22). */
 TW_API int NTrename(const char *old_path, const char *new_path);
 /* 1 when the current process's token holds the Administrators group. */
 TW_API int IsAdmin(void);
@@ -59,7 +60,9 @@ TW_EXTERN_C_END
 #if defined(_WIN32)
 #include <windows.h>
 TW_EXTERN_C_BEGIN
-/* CreateProcess with UTF-8 texts (the startup information's texts too). */
+/* CreateProcess with UTF-8 texts (the startup information's texts too).
+ * Without both an application name and a command line: FALSE with
+ * ERROR_INVALID_PARAMETER. */
 TW_API BOOL CreateProcessV(const char *application, char *command_line, LPSECURITY_ATTRIBUTES process_security,
                            LPSECURITY_ATTRIBUTES thread_security, BOOL inherit_handles, DWORD creation_flags,
                            LPVOID environment, const char *current_directory, LPSTARTUPINFOA startup,
@@ -79,7 +82,11 @@ TW_API int IsTokenAdmin(HANDLE token);
 #define _DIRENT_H_
 #define TW_DIRENT_DECLARED 1
 
-/* What readdir hands out: the name points into the stream's find data and is
+/* Bytes of the longest entry name in UTF-8 with its terminator: a name of
+ * MAX_PATH UTF-16 units takes at most three bytes a unit. */
+#define TW_DIRENT_NAME_SIZE (MAX_PATH * 3 + 1)
+
+/* What readdir hands out: the name (UTF-8) points into the stream and is
  * overwritten by the next readdir of the same stream. */
 struct dirent {
     char *d_name;
@@ -87,13 +94,14 @@ struct dirent {
 
 /* A directory stream, owned by the caller between opendir and closedir. */
 typedef struct tw_directory_stream {
-    HANDLE search;             /* INVALID_HANDLE_VALUE once exhausted */
-    WIN32_FIND_DATAA found;    /* the current entry */
-    struct dirent entry;       /* d_name null until the first readdir */
+    HANDLE search;                   /* INVALID_HANDLE_VALUE once exhausted */
+    WIN32_FIND_DATAW found;          /* the current entry */
+    struct dirent entry;             /* d_name null until the first readdir */
+    char name[TW_DIRENT_NAME_SIZE];  /* the current entry's name in UTF-8 */
 } DIR;
 
-/* A stream over the entries of path ("." and ".." included), or null with
- * errno 2 (missing), 20 (not a directory) or 22. */
+/* A stream over the entries of path (UTF-8; "." and ".." included), or null
+ * with errno 2 (missing), 20 (not a directory) or 22. */
 TW_API DIR *opendir(const char *path);
 /* The next entry, or null at the end (errno 2) or on error. */
 TW_API struct dirent *readdir(DIR *stream);

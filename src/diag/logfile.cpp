@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/alloc.h"
 #include "diag/logio.h"
 #include "diag/lognames.h"
 #include "diag/logstate.h"
@@ -80,19 +79,6 @@ void remove_surplus_files() {
     rl_free_logfile_list(names);
 }
 
-// Creates dir and its missing parents; the UTF-8 name goes wide so that it
-// means the same directory as the file opened inside it.
-bool make_log_directory(const char *dir, int *err) {
-    tw_wchar_t *wide = Q_StrDupUTF8ToWide(dir);
-    if (!wide) {
-        *err = ENOMEM;
-        return false;
-    }
-    bool made = _wmkdirpath(wide, 0755, err) == 0;
-    tw::mem_free(wide);
-    return made;
-}
-
 bool reopen_debug_log(int *status) {
     tw::os::close_descriptor(debugFD);
     debugFD = -1;
@@ -127,7 +113,7 @@ int open_log(const char *dir, int mode, int *err) {
         *err = EINVAL;
         return -1;
     }
-    if (!tw::os::path_exists(dir) && !make_log_directory(dir, err)) return -1;
+    if (!tw::os::path_exists(dir) && mkdirpath(dir, 0755, err) != 0) return -1;
 
     tw::os::LocalClock now;
     tw::diag::read_log_clock(&now);

@@ -5,8 +5,9 @@
  *
  * Failures leave errno set: ENOENT for a missing entry, ENOTDIR when a path
  * is not a directory, ENOMEM when a name cannot be converted for lack of
- * memory. On Windows the stream is the library's own opendir/readdir (8-bit
- * names in the ANSI code page); elsewhere it is the C library's.
+ * memory. Names are UTF-8. On Windows the stream is the library's own
+ * opendir/readdir over the wide directory search; elsewhere it is the C
+ * library's.
  */
 #ifndef TW_PLATFORM_DIRECTORIES_H
 #define TW_PLATFORM_DIRECTORIES_H

@@ -1,5 +1,6 @@
 /*
- * File-system queries on 8-bit (local code page) path names.
+ * File-system queries on UTF-8 path names (wide just before the call on
+ * Windows).
  */
 #ifndef TW_PLATFORM_FILEINFO_H
 #define TW_PLATFORM_FILEINFO_H

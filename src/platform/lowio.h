@@ -12,9 +12,10 @@
 
 namespace tw::os {
 
-// Opens path write-only, append, create, with the permission argument mode,
-// the process umask being 0 for the duration of the call (and restored
-// afterwards). No text or binary flag is given: the runtime's default holds.
+// Opens path write-only, append, create; a file this call creates gets
+// exactly the permission mode, whatever the process umask (which is left
+// alone: other threads see it). No text or binary flag is given: the
+// runtime's default holds.
 // The descriptor, or -1 with errno set.
 int open_append_file(const char *path, int mode);
 

@@ -4,6 +4,8 @@
  * information are converted into six work buffers of 8192 bytes (4095 wide
  * characters and a terminator each); longer texts are cut. Missing texts
  * stay missing (null), and the environment block is passed on as it is.
+ * With neither an application name nor a command line there is nothing to
+ * start: the call is refused before anything is allocated.
  */
 #include <windows.h>
 
@@ -33,6 +35,10 @@ extern "C" BOOL CreateProcessV(const char *application, char *command, LPSECURIT
                                LPPROCESS_INFORMATION process) {
     wchar_t *buffers[work_buffer_count] = {};
     BOOL result = FALSE;
+    if (!application && !command) {  // nothing to start: refused as the system would
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
     for (auto &buffer : buffers) {
         buffer = static_cast<wchar_t *>(tw::mem_alloc(kWorkBufferBytes));
         if (!buffer) {

@@ -183,6 +183,13 @@ TEST(MkdirPath, PathThroughAFileFails) {
     EXPECT_EQ(err, ENOTDIR);
 #endif
     EXPECT_EQ(mkdirpath(scratch.file("file").c_str(), 0755, &err), 0);  // an existing entry of any kind
+
+    // 16,000 missing levels below the file: the walk up is as deep as the
+    // path, and must not be as deep on the stack.
+    std::string deep = scratch.file("file");
+    for (int i = 0; i < 16000; ++i) deep += "/a";
+    EXPECT_EQ(mkdirpath(deep.c_str(), 0755, &err), -1);
+    EXPECT_NE(err, 0);
 }
 
 TEST(MkdirPath, WidePaths) {

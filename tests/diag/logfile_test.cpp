@@ -67,30 +67,55 @@ TEST(OpenLog, TakesUtf8DirectoryNames) {
     EXPECT_TRUE(fs::exists(fs::u8path(dir) / "030407.log"));
 }
 
-// The permission given is the file's, whatever the process umask; the umask
-// is back as it was afterwards.
-TEST(OpenLog, OpensWithTheUmaskClearedAndRestoresIt) {
-    ScratchDir scratch;
-    StoppedLogClock clock(2007, 3, 4, 1, 2, 3, 4);
-    int err = 0;
+// A file the open creates gets exactly the permission given, whatever the
+// process umask, which is never changed (other threads would see it); an
+// existing file keeps its own.
+TEST(OpenLog, CreatesWithTheModeGivenAndLeavesTheUmaskAlone) {
 #if defined(_WIN32)
-    int before = _umask(_S_IWRITE);
-    int fd = open_log(scratch.path().c_str(), _S_IREAD | _S_IWRITE, &err);
-    EXPECT_EQ(_umask(before), _S_IWRITE);
-    ASSERT_GE(fd, 0);
-    struct _stat info;
-    ASSERT_EQ(_stat(scratch.file("030407.log").c_str(), &info), 0);
-    EXPECT_NE(info.st_mode & _S_IWRITE, 0);  // not made read-only by the umask
+    const int writable = _S_IREAD | _S_IWRITE, read_only = _S_IREAD, mask = _S_IWRITE, write_bit = _S_IWRITE;
+    auto set_umask = [](int m) { return _umask(m); };
+    auto mode_of = [](const std::string &path) {
+        struct _stat info;
+        return _stat(path.c_str(), &info) == 0 ? int(info.st_mode) & (_S_IREAD | _S_IWRITE) : -1;
+    };
 #else
-    mode_t before = umask(077);
-    int fd = open_log(scratch.path().c_str(), 0644, &err);
-    EXPECT_EQ(umask(before), mode_t(077));
-    ASSERT_GE(fd, 0);
-    struct stat info;
-    ASSERT_EQ(stat(scratch.file("030407.log").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0644u);
+    const int writable = 0644, read_only = 0444, mask = 077, write_bit = 0200;
+    auto set_umask = [](int m) { return int(umask(mode_t(m))); };
+    auto mode_of = [](const std::string &path) {
+        struct stat info;
+        return stat(path.c_str(), &info) == 0 ? int(info.st_mode & 0777) : -1;
+    };
 #endif
-    twtest::close_descriptor(fd);
+    struct Case {
+        int mode;
+        const char *dir;
+    };
+    for (const Case &c : {Case{writable, "writable"}, Case{read_only, "read-only"}}) {
+        SCOPED_TRACE(c.dir);
+        ScratchDir scratch;
+        StoppedLogClock clock(2007, 3, 4, 1, 2, 3, 4);
+        const std::string dir = scratch.file(c.dir), file = dir + "/030407.log";
+        int err = 0;
+        int before = set_umask(mask);
+        int fd = open_log(dir.c_str(), c.mode, &err);
+        int during = set_umask(before);
+        EXPECT_EQ(during, mask);
+        ASSERT_GE(fd, 0) << err;
+        EXPECT_EQ(logwithoutdate(fd, "x"), 0);  // writable through this descriptor in any case
+        twtest::close_descriptor(fd);
+        EXPECT_EQ(mode_of(file), c.mode);
+
+        // Opened again with the other mode, the file keeps the one it has.
+        if (c.mode & write_bit) {
+            fd = open_log(dir.c_str(), read_only, &err);
+            ASSERT_GE(fd, 0) << err;
+            twtest::close_descriptor(fd);
+            EXPECT_EQ(mode_of(file), c.mode);
+        }
+#if defined(_WIN32)
+        SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_NORMAL);  // so that the scratch can go
+#endif
+    }
 }
 
 TEST(OpenLoggingFile, OpensOnlyAnExistingDirectoryAsDebugFDAndCloseForgetsIt) {
@@ -164,9 +189,9 @@ protected:
         if (debugFD >= 0) twtest::close_descriptor(debugFD);
         debugFD = -1;
     }
-    void open(unsigned max_files, unsigned max_kb) {
+    void open(unsigned max_files, unsigned max_kb, const char *program = "prog") {
         int err = -1;
-        debugFD = open_debug_file2("prog", 0644, 1, max_files, max_kb, &err);
+        debugFD = open_debug_file2(program, 0644, 1, max_files, max_kb, &err);
         ASSERT_GE(debugFD, 0);
         ASSERT_EQ(err, 0);
     }
@@ -228,6 +253,20 @@ TEST_F(RecycleTest, ANewDayStartsAgainAtSequenceOne) {
     Auto_Recycle_Logs = 1;
     ASSERT_EQ(debuglog(debugFD, "c"), 0);
     EXPECT_EQ(names_in(dir), (Names{"030407_00001.log", "030407_00002.log", "030507_00001.log"}));
+}
+
+// Program names are UTF-8: the numbered file is found and opened in the
+// program's own directory, also for names in no ANSI code page.
+TEST_F(RecycleTest, ProgramNamesBeyondAsciiLogToo) {
+    for (const char *program : {"pr\xc3\xb6g", "\xe6\x97\xa5\xe6\x9c\xac", "\xf0\x9f\x98\x80"}) {
+        open(100, 1, program);
+        ASSERT_EQ(debuglog(debugFD, "traced"), 0);
+        twtest::close_descriptor(debugFD);
+        debugFD = -1;
+        std::error_code error;
+        EXPECT_GT(fs::file_size(fs::u8path(scratch.path()) / fs::u8path(program) / "030407_00001.log", error), 0u)
+            << error.message();
+    }
 }
 
 TEST_F(RecycleTest, OpenDebugFileUsesTheDatedNameWithoutRecycling) {

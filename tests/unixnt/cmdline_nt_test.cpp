@@ -209,6 +209,11 @@ TEST(CreateProcessV, FailuresGiveZero) {
                                 nullptr, nullptr, &process));
     EXPECT_NE(GetLastError(), 0u);
 
+    // Nothing to start: refused as the system refuses it.
+    SetLastError(0);
+    EXPECT_FALSE(CreateProcessV(nullptr, nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, nullptr, &process));
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
+
     // Each of the six work buffers failing gives 0 before anything is started.
     int failures = twtest::for_each_allocation_failure(
         [&] {

@@ -3,14 +3,21 @@
 
 #include <windows.h>
 
+#include <direct.h>
+#include <io.h>
+
 #include <cerrno>
 #include <cstdio>
+#include <cwchar>
 #include <fstream>
 #include <iterator>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "support/scratch.h"
+#include "twcommon/containers.h"
+#include "twcommon/diag.h"
 #include "twcommon/unixnt.h"
 
 // After the library's header the runtime's <dirent.h> adds nothing, so the
@@ -39,6 +46,36 @@ std::multiset<std::string> read_all(const std::string &path) {
     while (struct dirent *entry = readdir(dir)) names.insert(entry->d_name);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(closedir(dir), 0);
+    return names;
+}
+
+
+// The UTF-8 path as the wide API takes it whatever its length: absolute,
+// with backslashes, under the "\\?\" prefix (checked independently of the
+// library's own conversion).
+std::wstring wide_api_path(const std::string &utf8) {
+    std::wstring out(utf8.size() + 1, L'\0');
+    out.resize(MultiByteToWideChar(CP_UTF8, 0, utf8.c_str(), -1, &out[0], int(out.size())) - 1);
+    for (wchar_t &c : out)
+        if (c == L'/') c = L'\\';
+    return L"\\\\?\\" + out;
+}
+
+DWORD wide_attributes(const std::string &utf8) { return GetFileAttributesW(wide_api_path(utf8).c_str()); }
+
+std::string wide_read(const std::string &utf8) {
+    std::string content;
+    if (FILE *f = _wfopen(wide_api_path(utf8).c_str(), L"rb")) {
+        for (int c; (c = std::fgetc(f)) != EOF;) content.push_back(char(c));
+        std::fclose(f);
+    }
+    return content;
+}
+
+std::vector<std::string> take_list(char **list) {
+    std::vector<std::string> names;
+    for (char **p = list; p && *p; ++p) names.push_back(*p);
+    free_dir_list(list);
     return names;
 }
 
@@ -125,4 +162,57 @@ TEST(NTrename, FailuresReturnTheNtNumber) {
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(NTrename(nullptr, scratch.file("target").c_str()), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(errno, EINVAL);
+}
+
+// Names in no ANSI code page, made through the library and through the wide
+// API, list as themselves and open again, in a short directory and under an
+// absolute path of 400 characters and more.
+TEST(Utf8Names, ListRenameAndOpenAgainAtAnyPathLength) {
+    const std::string names[] = {"\xc3\xa9t\xc3\xa9", "\xe6\x97\xa5\xe6\x9c\xac.txt", "\xf0\x9f\x98\x80.txt"};
+    twtest::ScratchDir scratch;
+    std::string long_base = scratch.path();
+    for (int i = 0; long_base.size() < 400; ++i) long_base += "\\segment-" + std::to_string(i) + std::string(30, 'x');
+    int err = -1;
+    ASSERT_EQ(mkdirpath(long_base.c_str(), 0755, &err), 0) << err;
+    ASSERT_NE(wide_attributes(long_base) & FILE_ATTRIBUTE_DIRECTORY, 0u);
+
+    for (const std::string &base : {scratch.path() + "\\short", long_base + "/long"}) {
+        SCOPED_TRACE(base.size());
+        ASSERT_EQ(mkdirpath(base.c_str(), 0755, &err), 0) << err;
+        std::multiset<std::string> expected{".", ".."};
+        for (const std::string &name : names) {
+            const std::string made = base + "\\lib-" + name, wide_made = base + "\\w-" + name;
+            ASSERT_EQ(mkdirpath(made.c_str(), 0755, &err), 0) << err;
+            EXPECT_NE(wide_attributes(made) & FILE_ATTRIBUTE_DIRECTORY, 0u);
+            ASSERT_EQ(_wmkdir(wide_api_path(wide_made).c_str()), 0);
+            FILE *f = _wfopen(wide_api_path(base + "\\f-" + name).c_str(), L"wb");
+            ASSERT_NE(f, nullptr);
+            std::fputs(name.c_str(), f);
+            std::fclose(f);
+            expected.insert({"lib-" + name, "w-" + name, "f-" + name});
+
+            // A log opens in the library's directory; the wide API's lists.
+            int fd = open_log(made.c_str(), 0644, &err);
+            ASSERT_GE(fd, 0) << err;
+            EXPECT_EQ(logwithoutdate(fd, "logged\n"), 0);
+            _close(fd);
+            std::multiset<std::string> logs = read_all(made);
+            ASSERT_EQ(logs.size(), 3u);
+            std::string log = *logs.rbegin();
+            EXPECT_EQ(log.substr(6), ".log");
+            EXPECT_NE(wide_read(made + "\\" + log).find("logged"), std::string::npos);
+            EXPECT_EQ(read_all(wide_made), (std::multiset<std::string>{".", ".."}));
+        }
+        EXPECT_EQ(read_all(base), expected);
+        expected.erase(".");
+        expected.erase("..");
+        EXPECT_EQ(take_list(get_dir_list(base.c_str(), &err)), std::vector<std::string>(expected.begin(), expected.end()));
+
+        for (const std::string &name : names) {
+            const std::string from = base + "\\f-" + name, to = base + "\\renamed-" + name;
+            EXPECT_EQ(NTrename(from.c_str(), to.c_str()), 0);
+            EXPECT_EQ(wide_attributes(from), INVALID_FILE_ATTRIBUTES);
+            EXPECT_EQ(wide_read(to), name);
+        }
+    }
 }

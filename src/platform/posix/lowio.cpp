@@ -1,3 +1,7 @@
+/*
+ * Low-level descriptor I/O off Windows: POSIX calls on the UTF-8 names as
+ * given.
+ */
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -5,19 +9,39 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <climits>
 
 #include "platform/lowio.h"
 
 namespace tw::os {
 
 int open_append_file(const char *path, int mode) {
-    mode_t saved = umask(0);
-    int fd = open(path, O_WRONLY | O_APPEND | O_CREAT, mode_t(mode));
-    umask(saved);
-    return fd;
+    if (!path) {
+        errno = EFAULT;
+        return -1;
+    }
+    // The umask is process-wide: instead of clearing it around the open, a
+    // file this call creates gets its exact mode afterwards.
+    for (;;) {
+        int fd = open(path, O_WRONLY | O_APPEND | O_CREAT | O_EXCL, mode_t(mode));
+        if (fd >= 0) {
+            int saved = errno;
+            // A file system without modes may refuse; the file is usable still.
+            if (fchmod(fd, mode_t(mode) & 07777) != 0) errno = saved;
+            return fd;
+        }
+        if (errno != EEXIST) return -1;
+        fd = open(path, O_WRONLY | O_APPEND);
+        if (fd >= 0 || errno != ENOENT) return fd;
+        // Removed between the two opens: create it after all.
+    }
 }
 
-int write_descriptor(int fd, const void *data, unsigned size) { return int(write(fd, data, size)); }
+int write_descriptor(int fd, const void *data, unsigned size) {
+    // The count comes back as an int: never ask for more than one can hold.
+    return int(write(fd, data, size > unsigned(INT_MAX) ? unsigned(INT_MAX) : size));
+}
 
 long long seek_to_end(int fd) { return lseek(fd, 0, SEEK_END); }
 

@@ -1,7 +1,8 @@
 /*
  * Directory services on Windows: file attributes for the status and the C
- * runtime's mkdir (the stream is the library's own opendir, in the header).
- * 8-bit names are in the ANSI code page.
+ * runtime's wide mkdir (the stream is the library's own opendir, in the
+ * header). 8-bit names are UTF-8; every name goes through wide_path, so a
+ * long absolute path works too.
  */
 #include <windows.h>
 
@@ -11,6 +12,7 @@
 
 #include "base/alloc.h"
 #include "platform/directories.h"
+#include "platform/win32/widepath.h"
 
 namespace tw::os {
 namespace {
@@ -27,38 +29,44 @@ int status_from_attributes(DWORD attributes, bool *is_directory) {
     return -1;
 }
 
+template <typename Char>
+int status_of(const Char *path, bool *is_directory) {
+    if (!path) {
+        errno = EFAULT;
+        return -1;
+    }
+    wchar_t *wide = wide_path(path);
+    if (!wide) return -1;
+    DWORD attributes = GetFileAttributesW(wide);
+    DWORD error = GetLastError();
+    mem_free(wide);
+    SetLastError(error);
+    return status_from_attributes(attributes, is_directory);
+}
+
+template <typename Char>
+int make_directory_at(const Char *path) {
+    if (!path) {
+        errno = EFAULT;
+        return -1;
+    }
+    wchar_t *wide = wide_path(path);
+    if (!wide) return -1;
+    int result = _wmkdir(wide);
+    int error = errno;
+    mem_free(wide);
+    errno = error;
+    return result;
+}
+
 }  // namespace
 
-int path_status(const char *path, bool *is_directory) {
-    if (!path) {
-        errno = EFAULT;
-        return -1;
-    }
-    return status_from_attributes(GetFileAttributesA(path), is_directory);
-}
+int path_status(const char *path, bool *is_directory) { return status_of(path, is_directory); }
 
-int path_status(const wchar_t *path, bool *is_directory) {
-    if (!path) {
-        errno = EFAULT;
-        return -1;
-    }
-    return status_from_attributes(GetFileAttributesW(path), is_directory);
-}
+int path_status(const wchar_t *path, bool *is_directory) { return status_of(path, is_directory); }
 
-int make_directory(const char *path) {
-    if (!path) {
-        errno = EFAULT;
-        return -1;
-    }
-    return _mkdir(path);
-}
+int make_directory(const char *path) { return make_directory_at(path); }
 
-int make_directory(const wchar_t *path) {
-    if (!path) {
-        errno = EFAULT;
-        return -1;
-    }
-    return _wmkdir(path);
-}
+int make_directory(const wchar_t *path) { return make_directory_at(path); }
 
 }  // namespace tw::os

@@ -1,6 +1,7 @@
 /*
  * File-name services on Windows: the C runtime's wide file calls and the
- * wide directory search, with UTF-8 names converted on the way in and out.
+ * wide directory search, with UTF-8 names converted on the way in (through
+ * wide_path, so long paths work) and out.
  */
 #include <windows.h>
 
@@ -13,34 +14,16 @@
 #include "base/alloc.h"
 #include "platform/filenames.h"
 #include "platform/platform.h"
+#include "platform/win32/widepath.h"
 
 namespace tw::os {
-namespace {
-
-// The UTF-8 text as a new wide block (tw::mem_free it), or null with errno set.
-wchar_t *wide_copy(const char *text) {
-    if (!text) {
-        errno = EINVAL;
-        return nullptr;
-    }
-    int units = multibyte_to_wide(CodePage::utf8, text, nullptr, 0);
-    auto wide = units > 0 ? static_cast<wchar_t *>(mem_alloc(size_t(units) * sizeof(wchar_t))) : nullptr;
-    if (!wide || multibyte_to_wide(CodePage::utf8, text, wide, units) == 0) {
-        mem_free(wide);
-        errno = wide ? EINVAL : ENOMEM;
-        return nullptr;
-    }
-    return wide;
-}
-
-}  // namespace
 
 const char path_separator[] = "\\";
 
 bool is_lead_byte(unsigned char c) { return IsDBCSLeadByte(c) != 0; }
 
 int runtime_chmod(const char *path, int mode) {
-    wchar_t *wide = wide_copy(path);
+    wchar_t *wide = wide_path(path);
     if (!wide) return -1;
     int result = _wchmod(wide, mode);
     mem_free(wide);
@@ -48,7 +31,7 @@ int runtime_chmod(const char *path, int mode) {
 }
 
 bool opens_for_read_write(const char *path, bool create) {
-    wchar_t *wide = wide_copy(path);
+    wchar_t *wide = wide_path(path);
     if (!wide) return false;
     int fd = _wopen(wide, _O_RDWR | _O_TEXT | (create ? _O_CREAT : 0), 0660);
     mem_free(wide);
@@ -65,7 +48,7 @@ bool list_directory_names(const char *dir, void (*visit)(const char *name, void 
     if (!pattern) return false;
     for (size_t i = 0; i < length; ++i) pattern[i] = dir[i];
     pattern[length] = '\\', pattern[length + 1] = '*', pattern[length + 2] = '\0';
-    wchar_t *wide = wide_copy(pattern);
+    wchar_t *wide = wide_path(pattern);
     mem_free(pattern);
     if (!wide) return false;
     WIN32_FIND_DATAW found;
@@ -83,7 +66,7 @@ bool list_directory_names(const char *dir, void (*visit)(const char *name, void 
 }
 
 bool remove_file(const char *path) {
-    wchar_t *wide = wide_copy(path);
+    wchar_t *wide = wide_path(path);
     if (!wide) return false;
     bool removed = _wunlink(wide) == 0;
     mem_free(wide);
