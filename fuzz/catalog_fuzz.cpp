@@ -72,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::FILE *stream = fmemopen(file.empty() ? nullptr : &file[0], file.size(), "rb");
     if (!stream) return 0;
     std::vector<Message> read;
-    bool complete = tw::locale::read_catalog(stream, id.c_str(), collect, &read);
+    bool complete = tw::locale::read_catalog(stream, id.c_str(), nullptr, collect, &read);
     std::fclose(stream);
 
     if (!complete || read != model(id, file)) std::abort();

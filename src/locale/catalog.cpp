@@ -3,26 +3,41 @@
  * from the locale's catalogue files on first use and cached.
  *
  * A file lives at MSG_DIR/<locale>/<area>/<prefix>Msgs, the area directory
- * chosen by the identifier's eleventh character. Loading a file caches every
- * line of it that belongs to the identifier's prefix and area; misses are
- * cached too (an entry with a null text), and so is the fact that a file was
- * tried (its record stays, opened or not), so no file is opened twice for one
- * locale until msgCacheUnload.
+ * chosen by the identifier's eleventh character; a unique identifier
+ * V-<product>-<number> names TrbMsgs.<product> and the classic identifier
+ * TrbErr<number>N inside it. Loading a file caches every line of it that
+ * belongs to the identifier's prefix and area; misses are cached too (an
+ * entry with a null text), and so is the fact that a file was tried (its
+ * record stays, opened or not), so no file is opened twice for one locale
+ * until msgCacheUnload.
+ *
+ * Entries are keyed by identifier, locale and product file (none for classic
+ * identifiers): every product file uses the same classic identifiers, and
+ * each product's texts and misses are its own. A product file's lines also
+ * fill the classic key where it has no entry yet (borrowing the text), so the
+ * classic identifier finds a product's text until its own classic file is
+ * read.
  *
  * Invariants: the tree, the locale records and their file records change
  * only under the cache lock; a text handed out stays valid until
- * msgCacheUnload; the locale name in a cache entry points into its locale
- * record, which lives as long as the tree.
+ * msgCacheUnload, so a text that a later line replaces is kept on the retired
+ * list until then; the locale and file names in a cache entry point into
+ * their records, which live as long as the tree. Loading never changes the
+ * process's locale: multi-byte characters are measured through a locale
+ * object of the catalogue's own.
  */
 #include <atomic>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "base/alloc.h"
 #include "locale/catalog_file.h"
+#include "locale/localename.h"
 #include "platform/fileinfo.h"
+#include "platform/filestream.h"
+#include "platform/locale.h"
 #include "platform/mutex.h"
 #include "twcommon/config.h"
 #include "twcommon/containers.h"
@@ -35,9 +50,12 @@ constexpr size_t kIdLength = 11;
 
 struct CacheEntry {
     char id[kIdLength + 1];
-    const char *locale;  // the locale record's name
-    char *text;          // null: a remembered miss
-    unsigned load;       // the file load that cached it; 0 for a miss
+    const char *locale;   // the locale record's name
+    const char *product;  // the product file record's name; null for a classic entry
+    char *text;           // null: a remembered miss
+    bool owns_text;       // false when the text belongs to a product file's entry
+    unsigned load;        // the file load that cached it; 0 for a miss
+    CacheEntry *next_retired;
 };
 
 struct CatalogFile {
@@ -45,6 +63,7 @@ struct CatalogFile {
     char *name;           // "<prefix>Msgs" or "TrbMsgs.<product>"
     char *relative_path;  // area directory, separator, name
     char area_letter;     // the eleventh character of the identifier that loaded it
+    bool is_product;      // a unique identifiers' file, matched by its whole name
     std::FILE *file;      // open only while loading
     int unread;           // 1 until the file has been read
 };
@@ -54,6 +73,7 @@ struct LocaleRecord {
     char *name;       // as the caller gave it
     char *real_name;  // the runtime's name for it; == name when they agree
     char *directory;  // MSG_DIR/<name>, or null when it does not exist
+    tw::os::CharacterSet *charset;  // real_name's characters; null: unknown to the runtime
     CatalogFile *files;
 };
 
@@ -73,15 +93,11 @@ std::atomic<tw::os::Mutex *> cache_lock{nullptr};
 AVLtree *cache_tree = nullptr;
 unsigned last_load = 0;  // numbers the file loads, so a failed one can be undone
 LocaleRecord *locales = nullptr;  // newest first
+CacheEntry *retired = nullptr;    // replaced texts handed out before, freed by msgCacheUnload
 
 // ---- small helpers ----
 
-char *copy_text(const char *text) {
-    const size_t n = std::strlen(text) + 1;
-    char *copy = static_cast<char *>(tw::mem_alloc(n));
-    if (copy) std::memcpy(copy, text, n);
-    return copy;
-}
+char *copy_text(const char *text) { return tw::copy_text(text, std::strlen(text)); }
 
 // A new heap string joining up to four parts.
 char *join(const char *a, const char *b, const char *c = "", const char *d = "", const char *e = "") {
@@ -119,49 +135,70 @@ tw::os::Mutex *take_cache_lock() {
 
 // ---- the tree ----
 
+// Classic entries (no product) come before every product's entries.
+int compare_products(const char *a, const char *b) {
+    if (!a || !b) return a ? 1 : b ? -1 : 0;
+    return std::strcmp(a, b);
+}
+
 int compare_entries(const void *key, const void *item) {
     auto *a = static_cast<const CacheEntry *>(key);
     auto *b = static_cast<const CacheEntry *>(item);
     int order = std::strcmp(a->id, b->id);
-    return order != 0 ? order : std::strcmp(a->locale, b->locale);
+    if (order == 0) order = std::strcmp(a->locale, b->locale);
+    return order != 0 ? order : compare_products(a->product, b->product);
 }
 
 void free_entry(void *item) {
     auto *entry = static_cast<CacheEntry *>(item);
-    tw::mem_free(entry->text);
+    if (entry->owns_text) tw::mem_free(entry->text);
     tw::mem_free(entry);
 }
 
-CacheEntry *find_entry(const char *id, const char *locale) {
+CacheEntry *find_entry(const char *id, const char *locale, const char *product) {
     if (!cache_tree) return nullptr;
     CacheEntry key{};
     Q_strlcpy(key.id, id, sizeof key.id);
     key.locale = locale;
+    key.product = product;
     return static_cast<CacheEntry *>(AVLretrieve(cache_tree, &key));
 }
 
-// Caches text (owned, may be null) for (id, locale); a text already cached
-// for them is replaced. False when memory ran out (text is freed).
-bool cache_text(const char *id, const char *locale, char *text, unsigned load = 0) {
+// Caches text (may be null) for (id, locale, product), owned by the entry
+// when owns; a text already cached for them is replaced, and kept on the
+// retired list when it was owned, since it may have been handed out. False
+// when memory ran out (an owned text is then freed).
+bool cache_text(const char *id, const char *locale, const char *product, char *text, bool owns,
+                unsigned load = 0) {
     auto *entry = static_cast<CacheEntry *>(tw::mem_alloc(sizeof(CacheEntry)));
     if (!entry) {
-        tw::mem_free(text);
+        if (owns) tw::mem_free(text);
         return false;
     }
     Q_strlcpy(entry->id, id, sizeof entry->id);
     entry->locale = locale;
+    entry->product = product;
     entry->text = text;
+    entry->owns_text = owns;
     entry->load = load;
+    entry->next_retired = nullptr;
     auto *present = static_cast<CacheEntry *>(AVLinsert(cache_tree, entry));
     if (present == entry) return true;
-    if (present) {  // a later line for the same identifier wins
-        tw::mem_free(present->text);
-        present->text = text;
-        present->load = load;
-        entry->text = nullptr;
+    if (!present) {
+        free_entry(entry);
+        return false;
     }
-    free_entry(entry);
-    return present != nullptr;
+    // A later line for the same key wins; the new block keeps the old text.
+    std::swap(present->text, entry->text);
+    std::swap(present->owns_text, entry->owns_text);
+    present->load = load;
+    if (entry->owns_text && entry->text) {
+        entry->next_retired = retired;
+        retired = entry;
+    } else {
+        free_entry(entry);
+    }
+    return true;
 }
 
 // ---- locale and file records ----
@@ -179,6 +216,7 @@ void free_file_records(CatalogFile *file) {
 
 void free_locale_record(LocaleRecord *record) {
     free_file_records(record->files);
+    tw::os::character_set_close(record->charset);
     if (record->real_name != record->name) tw::mem_free(record->real_name);
     tw::mem_free(record->name);
     tw::mem_free(record->directory);
@@ -200,8 +238,9 @@ LocaleRecord *new_locale_record(const char *locale) {
         record->directory = nullptr;
         return record;
     }
-    const char *real = common2reallocale(locale);
-    if (real && std::strcmp(real, locale) != 0) {
+    char mapped[128];
+    const char *real = tw::locale::common_to_real_locale(locale, mapped, sizeof mapped);
+    if (std::strcmp(real, locale) != 0) {
         record->real_name = copy_text(real);
         if (!record->real_name) {
             record->real_name = record->name;
@@ -209,6 +248,7 @@ LocaleRecord *new_locale_record(const char *locale) {
             return nullptr;
         }
     }
+    record->charset = tw::os::character_set_open(record->real_name);
     return record;
 }
 
@@ -232,8 +272,8 @@ struct FileWanted {
 };
 
 bool is_wanted(const CatalogFile *file, const FileWanted &wanted) {
-    if (wanted.umi_name) return std::strcmp(file->name, wanted.umi_name) == 0;
-    return std::strncmp(file->name, wanted.id, 3) == 0 && file->area_letter == wanted.id[10];
+    if (wanted.umi_name) return file->is_product && std::strcmp(file->name, wanted.umi_name) == 0;
+    return !file->is_product && std::strncmp(file->name, wanted.id, 3) == 0 && file->area_letter == wanted.id[10];
 }
 
 CatalogFile *new_file_record(LocaleRecord *record, const FileWanted &wanted) {
@@ -248,6 +288,7 @@ CatalogFile *new_file_record(LocaleRecord *record, const FileWanted &wanted) {
         return nullptr;
     }
     file->area_letter = wanted.id[10];
+    file->is_product = wanted.umi_name != nullptr;
     file->unread = 1;
     file->next = record->files;
     record->files = file;
@@ -256,40 +297,40 @@ CatalogFile *new_file_record(LocaleRecord *record, const FileWanted &wanted) {
 
 struct LoadContext {
     const char *locale;
+    const char *product;  // the product file's name, or null
     unsigned load;
 };
 
+// A product file's line is entered under its product and, where the classic
+// key has no entry yet (or one from an earlier line of this load), under the
+// classic key too, borrowing the text: a classic answer once given changes
+// only when the classic file itself is read.
 bool cache_line(void *context, const char *id, char *text) {
     auto *load = static_cast<LoadContext *>(context);
-    return cache_text(id, load->locale, text, load->load);
+    if (!cache_text(id, load->locale, load->product, text, true, load->load)) return false;
+    if (!load->product) return true;
+    CacheEntry *classic = find_entry(id, load->locale, nullptr);
+    if (!classic) return cache_text(id, load->locale, nullptr, text, false, load->load);
+    if (!classic->owns_text && classic->load == load->load) classic->text = text;
+    return true;
 }
 
 int loaded_by(void *item, void *load) {
     return static_cast<CacheEntry *>(item)->load == *static_cast<unsigned *>(load);
 }
 
-// Reads the file of a new record whole, under the locale's character
-// classification, and closes it. False when memory ran out: what the load
-// cached is then removed again, as if the file had not been tried.
+// Reads the file of a new record whole, its escapes decoded in the
+// locale's character set, and closes it. False when memory ran out: what
+// the load cached is then removed again, as if the file had not been tried.
 bool load_file(LocaleRecord *record, CatalogFile *file, const char *id) {
     char *path = join(record->directory, getOrrickString("_ps"), file->relative_path);
     if (!path) return false;
-    file->file = std::fopen(path, "rb");
+    file->file = tw::os::open_file_stream(path, "rb");
     tw::mem_free(path);
     if (!file->file) return true;
 
-    // Escapes are decoded under the catalogue locale's character classes, so
-    // that no byte of a multi-byte character is taken for a backslash.
-    char saved_ctype[256];
-    const char *current = std::setlocale(LC_CTYPE, nullptr);
-    bool switched = false;
-    if (current && std::strlen(current) < sizeof saved_ctype) {
-        Q_strlcpy(saved_ctype, current, sizeof saved_ctype);
-        switched = std::setlocale(LC_CTYPE, record->real_name) != nullptr;
-    }
-    LoadContext context{record->name, ++last_load};
-    const bool complete = tw::locale::read_catalog(file->file, id, cache_line, &context);
-    if (switched) std::setlocale(LC_CTYPE, saved_ctype);
+    LoadContext context{record->name, file->is_product ? file->name : nullptr, ++last_load};
+    const bool complete = tw::locale::read_catalog(file->file, id, record->charset, cache_line, &context);
 
     std::fclose(file->file);
     file->file = nullptr;
@@ -301,24 +342,27 @@ bool load_file(LocaleRecord *record, CatalogFile *file, const char *id) {
 }
 
 const char *lookup_locked(const char *locale, const FileWanted &wanted) {
-    if (CacheEntry *hit = find_entry(wanted.id, locale)) return hit->text;
+    if (CacheEntry *hit = find_entry(wanted.id, locale, wanted.umi_name)) return hit->text;
     LocaleRecord *record = locale_record(locale);
     if (!record) return nullptr;
 
+    // A product's misses are keyed by its file record, so a locale without a
+    // directory gets the record too, though it is never opened.
     CatalogFile *file = record->files;
     while (file && !is_wanted(file, wanted)) file = file->next;
-    if (!file && record->directory) {
+    if (!file && (record->directory || wanted.umi_name)) {
         file = new_file_record(record, wanted);
         if (!file) return nullptr;
-        if (!load_file(record, file, wanted.id)) {
+        if (record->directory && !load_file(record, file, wanted.id)) {
             record->files = file->next;  // try the file again next time
             file->next = nullptr;
             free_file_records(file);
             return nullptr;
         }
-        if (CacheEntry *loaded = find_entry(wanted.id, record->name)) return loaded->text;
     }
-    cache_text(wanted.id, record->name, nullptr);  // remember the miss
+    const char *product = wanted.umi_name ? file->name : nullptr;
+    if (CacheEntry *loaded = find_entry(wanted.id, record->name, product)) return loaded->text;
+    cache_text(wanted.id, record->name, product, nullptr, true);  // remember the miss
     return nullptr;
 }
 
@@ -381,6 +425,10 @@ void msgCacheUnload(void) {
         if (!lock) return;
         AVLclose(cache_tree);
         cache_tree = nullptr;
+        while (CacheEntry *entry = retired) {
+            retired = entry->next_retired;
+            free_entry(entry);
+        }
         tw::os::mutex_unlock(lock);
     }
     while (LocaleRecord *record = locales) {

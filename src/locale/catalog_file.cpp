@@ -31,14 +31,6 @@ char escaped(char c) {
     }
 }
 
-// The byte length of the multi-byte character at text, 1 for a single byte
-// or an invalid sequence.
-size_t character_length(const char *text, size_t available) {
-    int n = std::mblen(text, available < size_t(MB_CUR_MAX) ? available : size_t(MB_CUR_MAX));
-    if (n < 0) std::mblen(nullptr, 0);  // forget the shift state of the bad sequence
-    return n > 1 ? size_t(n) : 1;
-}
-
 bool is_taken(const char *line, const char *id) {
     return line[0] != '#' && std::memcmp(line, id, 3) == 0 && line[10] == id[10];
 }
@@ -72,14 +64,13 @@ char *read_span(std::FILE *file, long position, size_t length, long resume, size
 
 }  // namespace
 
-char *unescape_message(const char *text, size_t length) {
+char *unescape_message(const char *text, size_t length, const os::CharacterSet *charset) {
     char *out = static_cast<char *>(mem_alloc(length + 1));
     if (!out) return nullptr;
-    std::mblen(nullptr, 0);
     size_t o = 0;
     for (size_t i = 0; i < length;) {
         if (text[i] == '\\' && i + 1 < length) {
-            size_t n = character_length(text + i + 1, length - i - 1);
+            size_t n = os::character_length(charset, text + i + 1, length - i - 1);
             if (n == 1) {
                 out[o++] = escaped(text[i + 1]);
                 i += 2;
@@ -87,7 +78,7 @@ char *unescape_message(const char *text, size_t length) {
             }
             ++i;  // a backslash before a multi-byte character stands for it
         }
-        size_t n = character_length(text + i, length - i);
+        size_t n = os::character_length(charset, text + i, length - i);
         std::memcpy(out + o, text + i, n);
         o += n;
         i += n;
@@ -96,7 +87,8 @@ char *unescape_message(const char *text, size_t length) {
     return out;
 }
 
-bool read_catalog(std::FILE *file, const char *id, CatalogSink sink, void *context) {
+bool read_catalog(std::FILE *file, const char *id, const os::CharacterSet *charset, CatalogSink sink,
+                  void *context) {
     char piece[kCatalogPiece];
     for (;;) {
         const long start = std::ftell(file);
@@ -139,10 +131,10 @@ bool read_catalog(std::FILE *file, const char *id, CatalogSink sink, void *conte
             size_t got = 0;
             char *raw = read_span(file, start + long(kTextStart), text_length, start + long(line_length), &got);
             if (!raw) return false;
-            text = unescape_message(raw, got);
+            text = unescape_message(raw, got, charset);
             mem_free(raw);
         } else {
-            text = unescape_message(piece + kTextStart, text_length);
+            text = unescape_message(piece + kTextStart, text_length, charset);
         }
         if (!text) return false;
 

@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "platform/locale.h"
+
 namespace tw::locale {
 
 // Lines longer than this are not held in memory: their text is read again
@@ -24,14 +26,17 @@ using CatalogSink = bool (*)(void *context, const char *id, char *text);
 
 // Reads file from its current position to its end, handing to sink every
 // message line whose first three characters and eleventh character equal
-// those of id. False when memory ran out (the sink has what came before).
-bool read_catalog(std::FILE *file, const char *id, CatalogSink sink, void *context);
+// those of id, its text unescaped in charset (below). False when memory ran
+// out (the sink has what came before).
+bool read_catalog(std::FILE *file, const char *id, const os::CharacterSet *charset, CatalogSink sink,
+                  void *context);
 
 // A new heap string: length bytes of text with the escapes \b \f \n \r \t \v
 // decoded, a backslash before any other character standing for that
-// character and a final lone backslash kept. Multi-byte characters of the
-// current LC_CTYPE are copied whole. Null when memory runs out.
-char *unescape_message(const char *text, size_t length);
+// character and a final lone backslash kept. Multi-byte characters of
+// charset (null: the calling thread's locale) are copied whole, so no byte
+// of one is taken for a backslash. Null when memory runs out.
+char *unescape_message(const char *text, size_t length, const os::CharacterSet *charset);
 
 }  // namespace tw::locale
 

@@ -2,14 +2,17 @@
  * Common locale names to the runtime's names, through the "TM" lines of the
  * locale definition file (named path LOCALE_FILE):
  *     TM <n> <platform name of n characters> <m> <common name of m characters>
- * Names are tried with the runtime for the time category, which is always
- * put back as it was.
+ * Names are tried with the runtime for the time category through a locale
+ * object of their own, never by setting the process's locale, so other
+ * threads keep formatting times under theirs.
  */
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "locale/localename.h"
+#include "platform/filestream.h"
+#include "platform/locale.h"
 #include "twcommon/config.h"
 #include "twcommon/locale.h"
 #include "twcommon/text.h"
@@ -17,27 +20,6 @@
 namespace {
 
 constexpr int kLineSize = 100;  // lines hold at most 99 characters
-
-// The runtime's current time category, restored when this goes out of scope.
-class SavedTimeLocale {
-public:
-    SavedTimeLocale() {
-        const char *current = std::setlocale(LC_TIME, nullptr);
-        saved_ = current && std::strlen(current) < sizeof name_;
-        if (saved_) Q_strlcpy(name_, current, sizeof name_);
-    }
-    ~SavedTimeLocale() {
-        if (saved_) std::setlocale(LC_TIME, name_);
-    }
-    SavedTimeLocale(const SavedTimeLocale &) = delete;
-    SavedTimeLocale &operator=(const SavedTimeLocale &) = delete;
-
-private:
-    char name_[256];
-    bool saved_;
-};
-
-bool accepted_for_time(const char *name) { return std::setlocale(LC_TIME, name) != nullptr; }
 
 const char *skip_blanks(const char *p) {
     while (*p == ' ' || *p == '\t') ++p;
@@ -71,13 +53,13 @@ void skip_rest_of_line(std::FILE *file, const char *line) {
 
 }  // namespace
 
-extern "C" const char *common2reallocale(const char *common) {
-    static char mapped[kLineSize];
-    if (!common) return "C";
-    SavedTimeLocale restore;
-    if (accepted_for_time(common)) return common;
+namespace tw::locale {
 
-    std::FILE *file = std::fopen(getOrrickString("LOCALE_FILE"), "r");
+const char *common_to_real_locale(const char *common, char *buf, size_t size) {
+    if (!common) return "C";
+    if (os::accepts_time_locale(common)) return common;
+
+    std::FILE *file = os::open_file_stream(getOrrickString("LOCALE_FILE"), "r");
     if (!file) return common;
     const char *result = "C";
     const size_t common_length = std::strlen(common);
@@ -90,12 +72,22 @@ extern "C" const char *common2reallocale(const char *common) {
         size_t platform_length, name_length;
         if (!read_name(p, platform, platform_length) || !read_name(p, name, name_length)) continue;
         if (name_length != common_length || std::memcmp(name, common, name_length) != 0) continue;
-        Q_strlncpy(mapped, platform, unsigned(platform_length), sizeof mapped);
-        if (accepted_for_time(mapped)) {
-            result = mapped;
+        if (platform_length >= size) continue;
+        char candidate[kLineSize];
+        Q_strlncpy(candidate, platform, unsigned(platform_length), sizeof candidate);
+        if (os::accepts_time_locale(candidate)) {
+            std::memcpy(buf, candidate, platform_length + 1);
+            result = buf;
             break;
         }
     }
     std::fclose(file);
     return result;
+}
+
+}  // namespace tw::locale
+
+extern "C" const char *common2reallocale(const char *common) {
+    static char mapped[kLineSize];
+    return tw::locale::common_to_real_locale(common, mapped, sizeof mapped);
 }

@@ -1,10 +1,14 @@
-// The message catalogue, with catalogue files written into a scratch MSG_DIR.
-// The Paths rows are registry values, so under wine these cases must not run
-// concurrently with other cases that write the same rows.
+// The message catalogue, with catalogue files written into a scratch MSG_DIR
+// whose name is not ASCII (file names are UTF-8). The Paths rows are
+// registry values, so under wine these cases must not run concurrently with
+// other cases that write the same rows.
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cctype>
 #include <clocale>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -28,27 +32,51 @@ const char *const kSeparator = "/";
 
 std::string str(const char *text) { return text ? text : "<null>"; }
 
+// A double-byte locale whose second bytes include the backslash: there,
+// "\x83\x5c" is one character, not a lead byte and an escape.
+#if defined(_WIN32)
+const char *const kShiftJis = "Japanese_Japan.932";
+#else
+const char *const kShiftJis = "ja_JP.SJIS";
+#endif
+
+bool runtime_knows(const char *locale) {
+    std::string saved = std::setlocale(LC_CTYPE, nullptr);
+    bool known = std::setlocale(LC_CTYPE, locale) != nullptr;
+    std::setlocale(LC_CTYPE, saved.c_str());
+    return known;
+}
 
 class CatalogTest : public ::testing::Test {
 protected:
     CatalogTest() {
-        registry.set_path("MSG_DIR", scratch.path());
+        registry.set_path("MSG_DIR", msg_dir);
         registry.set_path("_ps", kSeparator);
     }
     ~CatalogTest() override { msgCacheUnload(); }
 
     // Writes MSG_DIR/<locale>/<area>/<name> with the bytes given.
-    std::string write(const std::string &locale, const std::string &area, const std::string &name,
-                      const std::string &bytes) {
-        fs::path dir = fs::path(scratch.path()) / locale / area;
+    fs::path write(const std::string &locale, const std::string &area, const std::string &name,
+                   const std::string &bytes) {
+        fs::path dir = fs::u8path(msg_dir) / locale / area;
         fs::create_directories(dir);
         std::ofstream out(dir / name, std::ios::binary | std::ios::trunc);
         out << bytes;
-        return (dir / name).string();
+        return dir / name;
+    }
+
+    // A locale definition file mapping each common name to a platform name.
+    void map_locales(const std::vector<std::pair<std::string, std::string>> &common_to_platform) {
+        std::string path = scratch.file("locales.def");
+        std::ofstream out(path);
+        for (const auto &[common, platform] : common_to_platform)
+            out << "TM " << platform.size() << " " << platform << " " << common.size() << " " << common << "\n";
+        registry.set_path("LOCALE_FILE", path);
     }
 
     twtest::ScratchDir scratch;
     twtest::RegistryFixture registry;
+    const std::string msg_dir = scratch.path() + kSeparator + "catalogues-\xc3\xa9\xe2\x82\xac";
 };
 
 TEST_F(CatalogTest, LinesTextsAndEscapes) {
@@ -99,7 +127,7 @@ TEST_F(CatalogTest, AreaLetterChoosesTheDirectoryAndMustMatchInTheFile) {
 }
 
 TEST_F(CatalogTest, MissesAndReadFilesAreRememberedWithoutReopening) {
-    std::string path = write("C", "tallowind", "CerMsgs", "CerTmf0001N \"one\"\n");
+    fs::path path = write("C", "tallowind", "CerMsgs", "CerTmf0001N \"one\"\n");
     EXPECT_EQ(getLocalMsgFmt("C", "CerTmf0002N"), nullptr);
     // Once read, the file is not read again for this locale: neither a new
     // identifier nor the same one sees what is added later.
@@ -130,7 +158,7 @@ TEST_F(CatalogTest, LocalesAreSeparate) {
     EXPECT_EQ(str(getLocalMsgFmt("POSIX", "CerTmf0001N")), "in POSIX");
     // A locale without a directory has no texts at all.
     EXPECT_EQ(getLocalMsgFmt("nowhere", "CerTmf0001N"), nullptr);
-    fs::create_directories(fs::path(scratch.path()) / "nowhere" / "tallowind");
+    fs::create_directories(fs::u8path(msg_dir) / "nowhere" / "tallowind");
     write("nowhere", "tallowind", "CerMsgs", "CerTmf0001N \"too late\"\n");
     EXPECT_EQ(getLocalMsgFmt("nowhere", "CerTmf0002N"), nullptr);
 }
@@ -181,6 +209,40 @@ TEST_F(CatalogTest, UniqueMessageIdentifiers) {
     EXPECT_EQ(getLocalMsgFmtUMI("", "V-ABC-12"), nullptr);
 }
 
+// Every product file holds the same classic identifiers; each product's
+// texts and misses are its own, and a text handed out stays where it is.
+TEST_F(CatalogTest, ProductFilesKeepTheirOwnTextsAndMisses) {
+    write("fr", "tallowind", "TrbMsgs.AAA", "TrbErr0001N \"aaa one\"\n");
+    write("fr", "tallowind", "TrbMsgs.BBB",
+          "TrbErr0001N \"bbb one\"\nTrbErr0002N \"bbb two\"\nTrbErr0004N \"bbb four\"\n");
+    write("fr", "tallowind", "TrbMsgs", "TrbErr0001N \"classic one\"\nTrbErr0003N \"classic three\"\n");
+    const char *aaa_one = getLocalMsgFmtUMI("fr", "V-AAA-1");
+    EXPECT_EQ(str(aaa_one), "aaa one");
+    EXPECT_EQ(str(getLocalMsgFmtUMI("fr", "V-BBB-2")), "bbb two");
+    EXPECT_EQ(str(aaa_one), "aaa one");
+    EXPECT_EQ(getLocalMsgFmtUMI("fr", "V-AAA-1"), aaa_one);
+    EXPECT_EQ(str(getLocalMsgFmtUMI("fr", "V-BBB-1")), "bbb one");
+    // A miss in one product's file is none in another's.
+    EXPECT_EQ(getLocalMsgFmtUMI("fr", "V-AAA-4"), nullptr);
+    EXPECT_EQ(str(getLocalMsgFmtUMI("fr", "V-BBB-4")), "bbb four");
+    EXPECT_EQ(getLocalMsgFmtUMI("fr", "V-AAA-4"), nullptr);
+    EXPECT_EQ(getLocalMsgFmtUMI("fr", "V-CCC-1"), nullptr);  // no such file
+
+    // The classic identifier answers the first product's text that has it
+    // until the classic file is read; product files hide no classic file.
+    const char *classic_one = getLocalMsgFmt("fr", "TrbErr0001N");
+    EXPECT_EQ(str(classic_one), "aaa one");
+    EXPECT_EQ(str(getLocalMsgFmt("fr", "TrbErr0003N")), "classic three");
+    EXPECT_EQ(str(getLocalMsgFmt("fr", "TrbErr0001N")), "classic one");
+    EXPECT_EQ(str(classic_one), "aaa one");
+    EXPECT_EQ(str(getLocalMsgFmt("fr", "TrbErr0002N")), "bbb two");
+    EXPECT_EQ(str(getLocalMsgFmtUMI("fr", "V-AAA-1")), "aaa one");
+
+    // A locale without a directory remembers each product's misses apart.
+    EXPECT_EQ(getLocalMsgFmtUMI("nowhere", "V-AAA-1"), nullptr);
+    EXPECT_EQ(getLocalMsgFmtUMI("nowhere", "V-BBB-1"), nullptr);
+}
+
 TEST_F(CatalogTest, BadArgumentsGiveNull) {
     write("C", "tallowind", "CerMsgs", "CerTmf0001N \"one\"\nCerTmf001N \"short\"\nCerTmf00011N \"long\"\n");
     EXPECT_EQ(getLocalMsgFmt("C", "CerTmf001N"), nullptr);
@@ -192,37 +254,83 @@ TEST_F(CatalogTest, BadArgumentsGiveNull) {
     EXPECT_EQ(str(getLocalMsgFmt("C", "CerTmf0001N")), "one");
 }
 
-TEST_F(CatalogTest, RuntimeCharacterClassificationIsRestored) {
-    write("C", "tallowind", "CerMsgs", "CerTmf0001N \"x\"\n");
-    std::string before = std::setlocale(LC_CTYPE, nullptr);
-    EXPECT_EQ(str(getLocalMsgFmt("C", "CerTmf0001N")), "x");
-    EXPECT_EQ(std::setlocale(LC_CTYPE, nullptr), before);
-}
-
-// A double-byte code page whose second bytes include the backslash: there,
-// "\x83\x5c" is one character, not a lead byte and an escape.
 TEST_F(CatalogTest, MultiByteCharactersAreNeverTakenForEscapes) {
-#if defined(_WIN32)
-    const char *sjis = "Japanese_Japan.932";
-#else
-    const char *sjis = "ja_JP.SJIS";
-#endif
-    std::string saved = std::setlocale(LC_CTYPE, nullptr);
-    bool available = std::setlocale(LC_CTYPE, sjis) != nullptr;
-    std::setlocale(LC_CTYPE, saved.c_str());
-    if (!available) GTEST_SKIP() << sjis << " is not installed";
-    write(sjis, "tallowind", "CerMsgs", "CerTmf0001N \"\x83\x5cn\\n\"\n");
-    EXPECT_EQ(str(getLocalMsgFmt(sjis, "CerTmf0001N")), "\x83\x5cn\n");
-    EXPECT_EQ(std::setlocale(LC_CTYPE, nullptr), saved);
+    if (!runtime_knows(kShiftJis)) GTEST_SKIP() << kShiftJis << " is not installed";
+    // "japanese" is no runtime name: the locale definition file maps it.
+    map_locales({{"japanese", kShiftJis}});
+    for (const char *locale : {kShiftJis, "japanese"}) {
+        write(locale, "tallowind", "CerMsgs", "CerTmf0001N \"\x83\x5cn\\n\"\n");
+        EXPECT_EQ(str(getLocalMsgFmt(locale, "CerTmf0001N")), "\x83\x5cn\n") << locale;
+    }
+    // A name that neither the runtime nor the file knows reads byte by byte.
+    write("corpus-common", "tallowind", "CerMsgs", "CerTmf0001N \"\x83\x5cn\\n\"\n");
+    EXPECT_EQ(str(getLocalMsgFmt("corpus-common", "CerTmf0001N")), "\x83\n\n");
 }
 
-TEST_F(CatalogTest, CommonNamesAreMappedForTheCharacterClassification) {
-    // "corpus-common" is no runtime name: the locale definition file maps it to C.
-    std::string locale_file = scratch.file("locales.def");
-    std::ofstream(locale_file) << "TL 1 C\nTM 1 C 13 corpus-common\n";
-    registry.set_path("LOCALE_FILE", locale_file);
-    write("corpus-common", "tallowind", "CerMsgs", "CerTmf0001N \"mapped\"\n");
-    EXPECT_EQ(str(getLocalMsgFmt("corpus-common", "CerTmf0001N")), "mapped");
+// What a thread sees of the process's locale: case tables, the length of a
+// double-byte character, day and month names.
+struct LocaleView {
+    std::string lower, upper, time;
+    int double_byte_length;
+    bool operator==(const LocaleView &o) const {
+        return lower == o.lower && upper == o.upper && time == o.time && double_byte_length == o.double_byte_length;
+    }
+};
+
+LocaleView look_at_process_locale() {
+    LocaleView view;
+    for (int c = 0; c < 256; ++c) {
+        view.lower += char(std::tolower(c));
+        view.upper += char(std::toupper(c));
+    }
+    std::mblen(nullptr, 0);
+    view.double_byte_length = std::mblen("\x83\x5c", 2);
+    std::tm tm{};
+    tm.tm_year = 100;
+    tm.tm_mday = 3;
+    tm.tm_wday = 1;
+    char buf[64];
+    view.time.assign(buf, std::strftime(buf, sizeof buf, "%a %b", &tm));
+    return view;
+}
+
+// Loading catalogues and mapping locale names must never switch the
+// process's locale, not even for a moment: other threads classify, convert
+// and format under it. TWTEST_LOCALE_ROUNDS asks for a longer run by hand.
+TEST_F(CatalogTest, LookupsLeaveTheProcessLocaleToOtherThreads) {
+    if (!runtime_knows(kShiftJis)) GTEST_SKIP() << kShiftJis << " is not installed";
+    const char *rounds_wanted = std::getenv("TWTEST_LOCALE_ROUNDS");
+    const int rounds = rounds_wanted && std::atoi(rounds_wanted) > 0 ? std::atoi(rounds_wanted) : 30;
+    map_locales({{"japanese", kShiftJis}});
+    std::string file;
+    for (int i = 0; i < 2000; ++i)  // a long load, each text with a double-byte character before an escape
+        file += "CerTmf" + std::to_string(1000 + i) + "N \"\x83\x5c\\t" + std::to_string(i) + "\"\n";
+    for (const char *locale : {kShiftJis, "japanese"}) write(locale, "tallowind", "CerMsgs", file);
+    const std::string ctype_before = std::setlocale(LC_CTYPE, nullptr);
+    const std::string time_before = std::setlocale(LC_TIME, nullptr);
+    const LocaleView expected = look_at_process_locale();
+
+    std::atomic<bool> done{false};
+    std::atomic<int> wrong_texts{0};
+    std::thread loader([&] {
+        for (int round = 0; round < rounds; ++round) {
+            const char *locale = round % 2 ? kShiftJis : "japanese";
+            if (str(getLocalMsgFmt(locale, "CerTmf2999N")) != "\x83\x5c\t1999") ++wrong_texts;
+            msgCacheUnload();
+            for (const char *name : {"japanese", kShiftJis, "C", "unknown-name"}) common2reallocale(name);
+        }
+        done = true;
+    });
+    int looks = 0, changed = 0;
+    do {
+        if (!(look_at_process_locale() == expected)) ++changed;
+        ++looks;
+    } while (!done);
+    loader.join();
+    EXPECT_EQ(wrong_texts.load(), 0);
+    EXPECT_EQ(changed, 0) << "in " << looks << " looks";
+    EXPECT_EQ(std::setlocale(LC_CTYPE, nullptr), ctype_before);
+    EXPECT_EQ(std::setlocale(LC_TIME, nullptr), time_before);
 }
 
 TEST_F(CatalogTest, ConcurrentLookupsAgree) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -40,14 +41,15 @@ TEST(Common2RealLocale, WithoutALocaleFileTheArgumentComesBack) {
     EXPECT_EQ(common2reallocale(name), name);
 }
 
+// The file's name is not ASCII: names are UTF-8 and reach the wide calls.
 TEST(Common2RealLocale, TmLinesMapCommonNamesToAcceptedRuntimeNames) {
     const std::string runtime = other_runtime_name();
     if (runtime.empty()) GTEST_SKIP() << "no runtime locale other than C";
     twtest::ScratchDir scratch;
     twtest::RegistryFixture registry;
-    const std::string file = scratch.file("locales.def");
+    const std::string file = scratch.file("locales-\xc3\xa9\xe2\x82\xac.def");
     {
-        std::ofstream out(file);
+        std::ofstream out(std::filesystem::u8path(file));
         const std::string n = std::to_string(runtime.size());
         out << "# comment\n"
             << "TL 1 C\n"
