@@ -37,7 +37,8 @@ TW_API char *changeToNTOrrickString(char *text, unsigned int size);
 TW_API const char *UnixToLocalCmd(const char *unix_path);
 /* Calls visit with every name of the table and its expanded value, in the
  * table's order, while holding the table's lock: visit may look names up
- * but must not wait for another thread that does. */
+ * but must not wait for another thread that does, and must not throw (no
+ * exception may pass through the library). */
 TW_API void forEachOrrickString(void (*visit)(const char *name, const char *value, void *argument),
                                 void *argument);
 

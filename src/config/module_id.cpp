@@ -3,13 +3,15 @@
  *
  * One process-wide heap text, none until setModuleID stores one or
  * getModuleID first derives it from the command line (the program's file
- * name without directory and extension). Once a text exists, a process-exit
- * handler releases it. Meant for one thread at a time.
+ * name without directory and extension). It stays until setModuleID
+ * replaces it or the library is unloaded; not at process exit, when other
+ * threads may still be writing to the system log under it. Meant for one
+ * thread at a time.
  */
-#include <cstdlib>
 #include <cstring>
 
 #include "base/alloc.h"
+#include "config/release.h"
 #include "twcommon/text.h"
 #include "platform/self.h"
 #include "twcommon/config.h"
@@ -17,15 +19,8 @@
 namespace {
 
 char *module_identity = nullptr;
-bool release_registered = false;
-
-void release_module_identity() {
-    tw::mem_free(module_identity);
-    module_identity = nullptr;
-}
 
 void keep_identity(char *identity) {
-    if (!release_registered) release_registered = std::atexit(release_module_identity) == 0;
     tw::mem_free(module_identity);
     module_identity = identity;
 }
@@ -71,3 +66,8 @@ const char *getModuleID(void) {
 }
 
 }  // extern "C"
+
+void tw::config::release_module_identity() {
+    tw::mem_free(module_identity);
+    module_identity = nullptr;
+}

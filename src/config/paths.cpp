@@ -4,27 +4,34 @@
  * expansions, and the reverse index from Unix command paths.
  *
  * Invariants:
- * - The table is built once, on first use, and lives until the exit handler
- *   closes it; registry changes made later are not seen.
+ * - The table is built once, on first use, and lives as long as the process
+ *   (only an explicit unload of the library releases it); registry changes
+ *   made later are not seen.
  * - No chain of references leads back to where it started: built-in rows
  *   have no cycles, and a registry row's cyclic references are replaced by
  *   the referenced template when the row is applied. Expansion relies on it.
  * - An expansion, once cached, is never freed while the process runs, so
  *   callers may keep the pointers getOrrickString hands out. An expansion
  *   that is the template itself is no copy and is not freed apart from it.
- * - Everything here is guarded by one recursive module mutex; expansion
- *   takes it again for each reference it resolves.
+ * - Chains of references are as long as the overlay makes them, so every
+ *   walk along them (cycle test, replacement, expansion) keeps its path in
+ *   a heap stack, never in recursion, and looks at each entry once.
+ * - Everything here is guarded by one recursive module mutex, made once per
+ *   process on first use.
  */
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 #include "base/alloc.h"
 #include "base/assertion.h"
 #include "config/paths_rows.h"
 #include "config/paths_template.h"
+#include "config/release.h"
 #include "config/report.h"
 #include "platform/mutex.h"
 #include "twcommon/config.h"
@@ -44,6 +51,10 @@ struct Entry {
     const char *expansion;   // null until asked for
     const char *unix_path;   // set when the reverse index is built
     int references;          // one per tree holding the entry
+    // What the current walk over the references learnt of this entry;
+    // valid only while mark_walk is the current walk's number.
+    uint64_t mark_walk;
+    int mark;
 };
 
 const char kNothing[] = "";  // the value of every unknown name
@@ -61,33 +72,42 @@ struct Module {
     AVLtree *reverse_index = nullptr;
     NameIndex by_name;
     int lock_count = 0;
-    bool exit_handler_registered = false;
+    uint64_t walks = 0;  // the number of the latest walk (see Entry::mark)
 };
 Module module;
 std::atomic<tw::os::Mutex *> module_mutex{nullptr};
 
 // ---- the module lock
 
-tw::os::Mutex *created_module_mutex() {
-    tw::os::Mutex *mutex;
-    // Threads racing to create the mutex agree through a named one.
-    while ((mutex = module_mutex.load(std::memory_order_acquire)) == nullptr) {
-        tw::os::Mutex *guard = tw::os::mutex_open_named("myMutex");
-        if (!guard) continue;
-        while (tw::os::mutex_lock(guard) == tw::os::LockResult::failed) {
-        }
-        if (!module_mutex.load(std::memory_order_acquire))
-            module_mutex.store(tw::os::mutex_create(), std::memory_order_release);
-        tw::os::mutex_unlock(guard);
-        tw::os::mutex_close(guard);
-    }
+// The module mutex, made on first use; null when it cannot be made now.
+// Threads that race here may each make one, but only the first stored is
+// ever used: the others close theirs at once. No named object takes part,
+// so another program's kernel objects cannot stand in the way.
+tw::os::Mutex *module_mutex_now() {
+    tw::os::Mutex *mutex = module_mutex.load(std::memory_order_acquire);
+    if (mutex) return mutex;
+    tw::os::Mutex *made = tw::os::mutex_create();
+    if (!made) return nullptr;
+    if (module_mutex.compare_exchange_strong(mutex, made, std::memory_order_acq_rel, std::memory_order_acquire))
+        return made;
+    tw::os::mutex_close(made);
     return mutex;
+}
+
+// Between tries of a mutex that cannot be made or taken (no memory, no
+// handles): a pause growing to a tenth of a second, so a caller that must
+// wait does not burn a processor doing so.
+void pause_before_retry(int attempt) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(attempt < 7 ? 1 << attempt : 100));
 }
 
 class ModuleLock {
 public:
-    ModuleLock() : mutex_(created_module_mutex()) {
-        while (tw::os::mutex_lock(mutex_) == tw::os::LockResult::failed) {
+    ModuleLock() {
+        for (int attempt = 0;; attempt += attempt < 7) {
+            mutex_ = module_mutex_now();
+            if (mutex_ && tw::os::mutex_lock(mutex_) != tw::os::LockResult::failed) return;
+            pause_before_retry(attempt);
         }
     }
     ~ModuleLock() { tw::os::mutex_unlock(mutex_); }
@@ -195,37 +215,163 @@ Entry *find_entry(const char *name) {
 
 Entry *new_entry(const char *name, int name_owned, const char *template_text, int template_owned) {
     auto *e = static_cast<Entry *>(tw::mem_alloc(sizeof(Entry)));
-    if (e) *e = Entry{name, name_owned, template_text, template_owned, nullptr, nullptr, 1};
+    if (e) *e = Entry{name, name_owned, template_text, template_owned, nullptr, nullptr, 1, 0, 0};
     return e;
 }
+
+// ---- walks over the references
+
+// A stack on the heap for walks whose depth the overlay sets, holding its
+// first few items in place. Items are plain values.
+template <typename T>
+class WalkStack {
+public:
+    WalkStack() = default;
+    ~WalkStack() {
+        if (items_ != first_) tw::mem_free(items_);
+    }
+    WalkStack(const WalkStack &) = delete;
+    WalkStack &operator=(const WalkStack &) = delete;
+
+    // False when memory ran out.
+    bool push(const T &item) {
+        if (size_ == capacity_) {
+            const size_t more = 2 * capacity_;
+            void *grown = items_ == first_ ? tw::mem_alloc(more * sizeof(T))
+                                           : tw::mem_realloc(items_, more * sizeof(T));
+            if (!grown) return false;
+            if (items_ == first_) std::memcpy(grown, first_, sizeof first_);
+            items_ = static_cast<T *>(grown);
+            capacity_ = more;
+        }
+        items_[size_++] = item;
+        return true;
+    }
+    T &top() { return items_[size_ - 1]; }
+    void pop() { --size_; }
+    bool empty() const { return size_ == 0; }
+    size_t size() const { return size_; }
+    T &operator[](size_t i) { return items_[i]; }
+
+private:
+    T first_[16];
+    T *items_ = first_;
+    size_t size_ = 0, capacity_ = 16;
+};
+
+// The name of the next reference in a template, moving *cursor on; false at
+// the end. Allocates nothing.
+bool next_reference(const char **cursor, const char **name, size_t *length) {
+    for (;;) {
+        const TokenSpan span = scan_token(cursor, Mode::store);
+        if (!span.kind) return false;
+        if (span.kind == kReference) {
+            *name = span.name;
+            *length = size_t(span.name_end - span.name);
+            return true;
+        }
+    }
+}
+
+// A name inside a template, terminated for lookups; in place when short.
+class NameCopy {
+public:
+    NameCopy(const char *name, size_t length)
+        : text_(length < sizeof short_ ? short_ : static_cast<char *>(tw::mem_alloc(length + 1))) {
+        if (!text_) return;
+        std::memcpy(text_, name, length);
+        text_[length] = '\0';
+    }
+    ~NameCopy() {
+        if (text_ != short_) tw::mem_free(text_);
+    }
+    NameCopy(const NameCopy &) = delete;
+    NameCopy &operator=(const NameCopy &) = delete;
+    const char *text() const { return text_; }  // null when memory ran out
+
+private:
+    char short_[64];
+    char *text_;
+};
+
+enum Mark { kUnseen, kOnPath, kLeadsBack, kLeadsElsewhere };
+
+int mark_of(const Entry *e) { return e->mark_walk == module.walks ? e->mark : kUnseen; }
+
+void set_mark(Entry *e, int mark) {
+    e->mark_walk = module.walks;
+    e->mark = mark;
+}
+
+struct WalkFrame {
+    Entry *entry;
+    const char *cursor;  // in its template: the references not yet followed
+};
 
 // ---- the registry overlay
 
 // Whether the reference to name leads back to row (directly, or through the
-// templates it refers to); -1 when memory ran out.
-int is_cyclic(const char *name, const char *row) {
+// templates it refers to); -1 when memory ran out. What is learnt of each
+// entry is kept for the rest of the current walk, which is one row's parse,
+// so that an entry reached by many paths is looked at once.
+int leads_back(const char *name, const char *row) {
     if (std::strcmp(name, row) == 0) return 1;
-    const Entry *e = find_entry(name);
+    Entry *e = find_entry(name);
     if (!e) return 0;
-    const char *cursor = e->template_text;
-    for (Token *t;;) {
-        if (!next_token(&cursor, Mode::store, &t)) return -1;
-        if (!t) return 0;
-        const int cyclic = t->kind == kReference ? is_cyclic(t->text, row) : 0;
-        free_tokens(t);
-        if (cyclic) return cyclic;
+    if (const int mark = mark_of(e); mark != kUnseen) return mark == kLeadsBack;
+    WalkStack<WalkFrame> path;
+    path.push(WalkFrame{e, e->template_text});  // in place: cannot fail
+    set_mark(e, kOnPath);
+    while (!path.empty()) {
+        const char *reference;
+        size_t length;
+        if (!next_reference(&path.top().cursor, &reference, &length)) {
+            set_mark(path.top().entry, kLeadsElsewhere);
+            path.pop();
+            continue;
+        }
+        const NameCopy copy(reference, length);
+        if (!copy.text()) return -1;
+        bool back = std::strcmp(copy.text(), row) == 0;
+        if (Entry *next = back ? nullptr : find_entry(copy.text())) {
+            const int mark = mark_of(next);
+            if (mark == kUnseen) {
+                if (!path.push(WalkFrame{next, next->template_text})) return -1;
+                set_mark(next, kOnPath);
+                continue;
+            }
+            back = mark == kLeadsBack;  // an entry on the path would be a cycle: not followed
+        }
+        if (back) {
+            // Every entry on the path leads back through this reference.
+            for (size_t i = 0; i < path.size(); ++i) set_mark(path[i].entry, kLeadsBack);
+            return 1;
+        }
     }
+    return 0;
 }
 
 // Parses text in store mode onto *newest, with each cyclic reference
 // replaced by the tokens of the template it names (dropped when there is
-// none). False when memory ran out.
+// none), parsed the same way. False when memory ran out, or when the row
+// would take more than kMaxTextLength bytes of templates to parse: rows that
+// name a name many times over could otherwise inline without end.
 bool parse_row(const char *text, const char *row, Token **newest) {
-    const char *cursor = text;
-    for (Token *t;;) {
-        if (!next_token(&cursor, Mode::store, &t)) return false;
-        if (!t) return true;
-        const int cyclic = t->kind == kReference ? is_cyclic(t->text, row) : 0;
+    ++module.walks;
+    WalkStack<const char *> cursors;  // the template being parsed last
+    cursors.push(text);               // in place: cannot fail
+    size_t parsed = 0;
+    while (!cursors.empty()) {
+        const char *before = cursors.top();
+        Token *t;
+        if (!next_token(&cursors.top(), Mode::store, &t)) return false;
+        if (!t) {
+            cursors.pop();
+            continue;
+        }
+        const char *after = cursors.top();
+        parsed += after ? size_t(after - before) : std::strlen(before);
+        const int cyclic = parsed > kMaxTextLength ? -1 : t->kind == kReference ? leads_back(t->text, row) : 0;
         if (cyclic == 0) {
             t->next = *newest;
             *newest = t;
@@ -233,8 +379,9 @@ bool parse_row(const char *text, const char *row, Token **newest) {
         }
         const Entry *target = cyclic > 0 ? find_entry(t->text) : nullptr;
         free_tokens(t);
-        if (cyclic < 0 || (target && !parse_row(target->template_text, row, newest))) return false;
+        if (cyclic < 0 || (target && !cursors.push(target->template_text))) return false;
     }
+    return true;
 }
 
 // Lays one registry row over the table; true when the table changed.
@@ -324,16 +471,6 @@ void add_builtin_row(const BuiltinRow &row) {
     }
 }
 
-void close_module() {
-    AVLclose(module.reverse_index);  // first: it holds references into the table
-    AVLclose(module.table);
-    module.reverse_index = module.table = nullptr;
-    tw::mem_free(module.by_name.slots);
-    module.by_name = NameIndex{};
-    module.lock_count = 0;
-    tw::os::mutex_close(module_mutex.exchange(nullptr));
-}
-
 // One more built-in row, set by the test suite before the first use (so
 // that the load's handling of a duplicate name can be shown).
 BuiltinRow extra_builtin_row{nullptr, nullptr, nullptr};
@@ -348,23 +485,47 @@ bool table_ready() {
     if (extra_builtin_row.name) add_builtin_row(extra_builtin_row);
     apply_registry();
     build_name_index();
-    if (!module.exit_handler_registered) module.exit_handler_registered = std::atexit(close_module) == 0;
     return true;
 }
 
 // ---- expansion
 
-const char *value_by_name(const char *name);
-
-// References resolve under the lock the caller already holds. A reference
-// that runs out of memory fails the whole expansion, so that no value is
-// cached with a piece missing.
-const char *resolve_in_table(const char *name, void *) { return value_by_name(name); }
+// Resolves a reference of a template whose references value_of has already
+// expanded.
+const char *cached_value(const char *name, void *) {
+    const Entry *e = find_entry(name);
+    return e && e->expansion ? e->expansion : kNothing;
+}
 
 // The entry's value, expanded and cached on first use; null when memory ran
-// out (nothing is cached then, so a later call tries again).
+// out (nothing is cached then, so a later call tries again). The entries it
+// refers to are expanded first, deepest first, so that each expansion only
+// reads values already cached. A reference that runs out of memory fails
+// the whole expansion, so that no value is cached with a piece missing.
 const char *value_of(Entry *e) {
-    if (!e->expansion) e->expansion = expand_template(e->template_text, resolve_in_table, nullptr, false);
+    if (e->expansion) return e->expansion;
+    ++module.walks;
+    WalkStack<WalkFrame> pending;
+    pending.push(WalkFrame{e, e->template_text});  // in place: cannot fail
+    set_mark(e, kOnPath);
+    while (!pending.empty()) {
+        const char *reference;
+        size_t length;
+        if (next_reference(&pending.top().cursor, &reference, &length)) {
+            const NameCopy copy(reference, length);
+            if (!copy.text()) return nullptr;
+            Entry *next = find_entry(copy.text());
+            if (next && !next->expansion && mark_of(next) == kUnseen) {
+                if (!pending.push(WalkFrame{next, next->template_text})) return nullptr;
+                set_mark(next, kOnPath);
+            }
+            continue;
+        }
+        Entry *ready = pending.top().entry;
+        pending.pop();
+        ready->expansion = expand_template(ready->template_text, cached_value, nullptr, false);
+        if (!ready->expansion) return nullptr;
+    }
     return e->expansion;
 }
 
@@ -373,6 +534,9 @@ const char *value_by_name(const char *name) {
     Entry *e = table_ready() ? find_entry(name) : nullptr;
     return e ? value_of(e) : kNothing;
 }
+
+// References of a caller's template resolve under the lock the caller holds.
+const char *resolve_in_table(const char *name, void *) { return value_by_name(name); }
 
 // ---- the reverse index
 
@@ -478,6 +642,16 @@ int unlockConfig(void) {
 }
 
 }  // extern "C"
+
+void tw::config::release_paths_table() {
+    AVLclose(module.reverse_index);  // first: it holds references into the table
+    AVLclose(module.table);
+    module.reverse_index = module.table = nullptr;
+    tw::mem_free(module.by_name.slots);
+    module.by_name = NameIndex{};
+    module.lock_count = 0;
+    tw::os::mutex_close(module_mutex.exchange(nullptr));
+}
 
 // Test hook: a built-in row added after the table's own when the table is
 // loaded; to be called before the first use. The texts must outlive the

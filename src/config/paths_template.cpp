@@ -150,8 +150,11 @@ const char *reassemble(const Token *newest, const char *input, bool insist_new) 
     for (const Token *t = newest, *after = nullptr; t; after = t, t = t->next) {
         length += written_length(t, after);
         rewritten |= t->kind != kLiteral;
+        // Too long for a new string: no need to measure the rest.
+        if (length > kMaxTextLength && (rewritten || insist_new)) break;
     }
     if (!rewritten && !insist_new) return input;
+    if (length > kMaxTextLength) return nullptr;
 
     char *text = static_cast<char *>(mem_alloc(length + 1));
     if (!text) return nullptr;

@@ -12,7 +12,14 @@
 #ifndef TW_CONFIG_PATHS_TEMPLATE_H
 #define TW_CONFIG_PATHS_TEMPLATE_H
 
+#include <cstddef>
+
 namespace tw::paths {
+
+// The longest template or value made here (1 MiB, far beyond any real
+// path). Longer ones count as memory running out: a few rows that each
+// name the one before twice would otherwise ask for values of 2^n bytes.
+constexpr size_t kMaxTextLength = size_t(1) << 20;
 
 enum TokenKind {
     kLiteral = 1,         // text exactly as written
@@ -48,7 +55,8 @@ TokenSpan scan_token(const char **cursor, Mode mode);
 
 // The tokens (newest first) written back as one template, oldest first.
 // Returns input itself when no token held an escape or a reference and
-// insist_new is false; otherwise a new heap string; null when memory ran out.
+// insist_new is false; otherwise a new heap string; null when memory ran out
+// or the new string would be longer than kMaxTextLength.
 const char *reassemble(const Token *newest, const char *input, bool insist_new);
 
 // Resolves a name to its value ("" when unknown); null means out of memory.
@@ -58,7 +66,8 @@ using Resolver = const char *(*)(const char *name, void *context);
 // scanned again) and escapes removed. Resolved values must stay unchanged
 // until this returns. Returns the template itself when it is
 // plain text and insist_new is false, else a new heap string; null for an
-// empty template or when memory ran out.
+// empty template, when memory ran out or when the value would be longer
+// than kMaxTextLength.
 const char *expand_template(const char *text, Resolver resolve, void *context, bool insist_new);
 
 // Cleans text read from the registry, in place: leading and trailing white

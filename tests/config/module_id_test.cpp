@@ -27,7 +27,7 @@ namespace {
 constexpr const char *kHelperVariable = "TWTEST_MODULE_ID_OUT";
 
 // Helper role: before the tests run, write the derived identity and leave
-// (through exit, so that the release handler runs too).
+// through exit, with the identity still kept.
 const bool helper_role = [] {
     const char *out = std::getenv(kHelperVariable);
     if (!out) return false;

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -209,6 +210,49 @@ TEST(PathsOutOfMemory, PathsFileSkipsAValueItCannotHold) {
     EXPECT_EQ(0, readPathsFile(file, &name, &value));
     closePathsFile(file);
 }
+
+// Rows X00 .. X40, each naming the one before twice: values double at each
+// row, and there are 2^40 paths from X40 down to X00. The registry
+// enumerates them in the order written or by name; X40 comes last in both.
+void write_doubling_rows(RegistryFixture &registry, const std::string &first) {
+    auto name = [](int k) { return std::string(k < 10 ? "X0" : "X") + std::to_string(k); };
+    registry.set_path_template(name(0), first);
+    for (int k = 1; k <= 40; ++k) registry.set_path_template(name(k), "$" + name(k - 1) + "$" + name(k - 1));
+}
+
+TEST(PathsLimits, ManyPathsToANameLoadAtOnceAndValuesStopAtOneMebibyte) {
+    RegistryFixture registry;
+    write_doubling_rows(registry, "ab");
+    EventLogCapture capture;
+    EXPECT_STREQ("/", getOrrickString("_ps"));
+    EXPECT_STREQ("ab", getOrrickString("X00"));
+    std::string x10;
+    for (int i = 0; i < 1024; ++i) x10 += "ab";
+    EXPECT_EQ(x10, getOrrickString("X10"));
+    EXPECT_EQ(size_t(1) << 20, std::strlen(getOrrickString("X19")));
+    EXPECT_STREQ("", getOrrickString("X40"));  // 2 TiB: refused as no memory
+    expect_one(capture, 9, Event::error, {"X40"});
+    char *expanded = expandOrrickString("$X19$X19");
+    EXPECT_STREQ("", expanded);
+    freeOrrickString(expanded);
+    expect_one(capture, 10, Event::error, {"$X19$X19"});
+}
+
+// X40's row finds its reference leading back to it and would inline X00's
+// template 2^39 times (with or without text of its own): it is refused.
+class PathsRowLimit : public testing::TestWithParam<const char *> {};
+
+TEST_P(PathsRowLimit, RowThatWouldInlineWithoutEndIsRefused) {
+    RegistryFixture registry;
+    write_doubling_rows(registry, GetParam());
+    EventLogCapture capture;
+    EXPECT_STREQ("", getOrrickString("X40"));
+    expect_one(capture, 5, Event::error, {"X40"});
+    const std::string x0 = getOrrickString("X00");
+    EXPECT_EQ(x0 + x0, getOrrickString("X01"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Templates, PathsRowLimit, testing::Values("$X40 more", "$X40"));
 
 #ifndef _WIN32
 // The in-memory registry can hold a value whose every read fails with a

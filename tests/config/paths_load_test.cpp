@@ -3,6 +3,7 @@
 // program again, in a helper role chosen by the environment) that writes the
 // row, makes the nth allocation of the load fail and writes what it saw.
 // Natively the child's leak check also proves that a failed row is released.
+// On Windows, also the table's release when the library is unloaded.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -118,5 +119,31 @@ TEST(PathsLoadOutOfMemory, RegistryRowThatCannotBeHeldIsReportedAndSkipped) {
     EXPECT_TRUE(stored);
     EXPECT_TRUE(read);
 }
+
+#if defined(_WIN32)
+// A library unloaded with FreeLibrary releases its table; loaded again, it
+// builds a new one. A copy of the DLL under another name is loaded, so that
+// the unload is real while this program keeps its own.
+TEST(PathsLoad, UnloadedLibraryReleasesItsTableAndLoadsAgain) {
+    twtest::ScratchDir scratch;
+    char dll[MAX_PATH];
+    ASSERT_NE(0u, GetModuleFileNameA(GetModuleHandleA("twcommon.dll"), dll, MAX_PATH));
+    const std::string copy = scratch.file("twcommon_unload.dll");
+    ASSERT_TRUE(CopyFileA(dll, copy.c_str(), FALSE));
+    for (int load = 0; load < 2; ++load) {
+        HMODULE library = LoadLibraryA(copy.c_str());
+        ASSERT_NE(nullptr, library);
+        // Through a generic function pointer, as GetProcAddress's own type is another.
+        auto lookup = reinterpret_cast<const char *(*)(const char *)>(
+            reinterpret_cast<void (*)()>(GetProcAddress(library, "getOrrickString")));
+        auto identity = reinterpret_cast<const char *(*)()>(
+            reinterpret_cast<void (*)()>(GetProcAddress(library, "getModuleID")));
+        ASSERT_TRUE(lookup && identity);
+        EXPECT_STREQ("/usr/tallowind/backup/logs", lookup("BP_LOGS")) << "load " << load;
+        EXPECT_STRNE("", identity());
+        EXPECT_TRUE(FreeLibrary(library));
+    }
+}
+#endif
 
 }  // namespace

@@ -4,6 +4,7 @@
 // before its first library call.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -128,6 +129,42 @@ TEST(PathsOverlay, CyclesThroughOtherRowsAreBroken) {
     EXPECT_STREQ("/usr/tallowind/backup-top", getOrrickString("KR_DIR"));
     EXPECT_STREQ("/usr/tallowind/backup-top/backup", getOrrickString("BP_DIR"));
 }
+
+// Chains of 20,000 rows, each naming the next; the names sort in the order
+// written, so that the registry enumerates them in that order either way.
+struct Chain {
+    const char *prefix;
+    const char *last_template;  // of the last row
+    const char *value;          // of every row
+};
+
+void PrintTo(const Chain &chain, std::ostream *out) { *out << chain.prefix; }
+
+class PathsChain : public testing::TestWithParam<Chain> {};
+
+TEST_P(PathsChain, AsLongAsTheOverlay) {
+    constexpr int kRows = 20000;
+    const Chain chain = GetParam();
+    auto name = [&](int k) {
+        char text[16];
+        std::snprintf(text, sizeof text, "%s%05d", chain.prefix, k);
+        return std::string(text);
+    };
+    RegistryFixture registry;
+    for (int k = 1; k < kRows; ++k) registry.set_path_template(name(k), "$" + name(k + 1));
+    registry.set_path_template(name(kRows), chain.last_template);
+    EXPECT_STREQ(chain.value, getOrrickString(name(1).c_str()));
+    EXPECT_STREQ(chain.value, getOrrickString(name(kRows / 2).c_str()));
+    EXPECT_STREQ(chain.value, getOrrickString(name(kRows).c_str()));
+    EXPECT_EQ(std::string(chain.value) + chain.value, expand(("$" + name(1) + "$" + name(2)).c_str()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, PathsChain,
+                         testing::Values(Chain{"R", "end", "end"},
+                                         // The last row leads back to itself through all the others,
+                                         // which are inlined in its place.
+                                         Chain{"C", "$C00001-tail", "-tail"}),
+                         [](const testing::TestParamInfo<Chain> &info) { return std::string(info.param.prefix); });
 
 TEST(PathsOverlay, EmptyValueDeletesAndNewNamesAreAdded) {
     RegistryFixture registry;

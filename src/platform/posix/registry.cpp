@@ -6,7 +6,6 @@
  */
 #include <strings.h>
 
-#include <algorithm>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -32,9 +31,16 @@ struct Value {
     std::vector<uint8_t> data;
 };
 
+// A key's values in the order first written, with an index by name so that
+// writing many values stays linear.
+struct Values {
+    std::vector<Value> list;
+    std::map<std::string, size_t, NoCase> index;
+};
+
 struct Store {
     std::mutex lock;
-    std::map<std::string, std::vector<Value>, NoCase> keys;  // "root\\subkey" -> values
+    std::map<std::string, Values, NoCase> keys;  // "root\\subkey" -> values
 };
 
 Store &store() {
@@ -46,10 +52,9 @@ std::string key_path(RegistryRoot root, const char *subkey) {
     return std::string(root == RegistryRoot::current_user ? "HKCU\\" : "HKLM\\") + (subkey ? subkey : "");
 }
 
-Value *find_value(std::vector<Value> &values, const char *name) {
-    for (Value &v : values)
-        if (!strcasecmp(v.name.c_str(), name ? name : "")) return &v;
-    return nullptr;
+Value *find_value(Values &values, const char *name) {
+    auto found = values.index.find(name ? name : "");
+    return found == values.index.end() ? nullptr : &values.list[found->second];
 }
 
 // Copies data out as the NT registry does: size only when data is null,
@@ -101,8 +106,8 @@ uint32_t registry_enum_value(RegistryKey *key, uint32_t index, char *name, uint3
                              uint8_t *data, uint32_t *data_size) try {
     std::lock_guard<std::mutex> hold(store().lock);
     auto found = store().keys.find(key->path);
-    if (found == store().keys.end() || index >= found->second.size()) return kRegistryNoMoreItems;
-    const Value &v = found->second[index];
+    if (found == store().keys.end() || index >= found->second.list.size()) return kRegistryNoMoreItems;
+    const Value &v = found->second.list[index];
     if (*name_size <= v.name.size()) return kRegistryMoreData;
     std::memcpy(name, v.name.c_str(), v.name.size() + 1);
     *name_size = uint32_t(v.name.size());
@@ -132,7 +137,11 @@ uint32_t registry_write_value(RegistryRoot root, const char *subkey, const char 
         v->type = type;
         v->data = std::move(copy);
     } else {
-        values.push_back(Value{name ? name : "", type, std::move(copy)});
+        // Everything that may throw comes before the first change.
+        Value value{name ? name : "", type, std::move(copy)};
+        values.list.reserve(values.list.size() + 1);
+        values.index.emplace(value.name, values.list.size());
+        values.list.push_back(std::move(value));
     }
     return kRegistryOk;
 } catch (...) {  // the store out of memory
@@ -143,11 +152,14 @@ uint32_t registry_delete_value(RegistryRoot root, const char *subkey, const char
     std::lock_guard<std::mutex> hold(store().lock);
     auto found = store().keys.find(key_path(root, subkey));
     if (found == store().keys.end()) return kRegistryNotFound;
-    auto &values = found->second;
-    auto it = std::find_if(values.begin(), values.end(),
-                           [name](const Value &v) { return !strcasecmp(v.name.c_str(), name ? name : ""); });
-    if (it == values.end()) return kRegistryNotFound;
-    values.erase(it);
+    Values &values = found->second;
+    auto it = values.index.find(name ? name : "");
+    if (it == values.index.end()) return kRegistryNotFound;
+    const size_t position = it->second;
+    values.list.erase(values.list.begin() + std::ptrdiff_t(position));
+    values.index.erase(it);
+    for (auto &entry : values.index)
+        if (entry.second > position) --entry.second;
     return kRegistryOk;
 } catch (...) {  // the store out of memory
     return kRegistryNoMemory;
