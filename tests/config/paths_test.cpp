@@ -170,11 +170,13 @@ TEST(PathsOverlay, EmptyValueDeletesAndNewNamesAreAdded) {
     RegistryFixture registry;
     registry.set_path("BP_LOGS", "");
     registry.set_path("NOT_THERE", "");
+    registry.set_raw("Paths", "DATABASE_PATH", 1 /* text */, nullptr, 0);  // no data at all, not even a terminator
     registry.set_path_template("TW_EXTRA_DIR", "$BP_DIR${_ps}extra");
     registry.set_path("_exe", ".exe");
     EXPECT_STREQ("", getOrrickString("BP_LOGS"));
     EXPECT_STREQ("/twjobd", getOrrickString("JOBD_LOGS"));
     EXPECT_STREQ("", getOrrickString("NOT_THERE"));
+    EXPECT_STREQ("", getOrrickString("DATABASE_PATH"));
     EXPECT_STREQ("/usr/tallowind/backup/extra", getOrrickString("TW_EXTRA_DIR"));
     EXPECT_STREQ("/usr/tallowind/backup/bin/twjobd.exe", getOrrickString("JOBD_PATH"));
 }
