@@ -11,6 +11,7 @@ packages=(
   wine wine64                                    # running the Windows tests
   libglib2.0-dev libbsd-dev libicu-dev libspdlog-dev  # benchmark peers
   locales                                        # the Shift-JIS locale below
+  netbase                                        # /etc/services for the service-lookup tests
 )
 
 sudo_cmd=()

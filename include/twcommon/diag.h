@@ -52,6 +52,19 @@ TW_API char *FormatErrorMessageStr(uint32_t code, char *buf, int size, const cha
  * 100-byte buffer; "Error number: " for a value out of range. */
 TW_API const char *sysErrorString(int error);
 
+/* ---- Status-code texts ----
+ * Each function returns its own static buffer, overwritten by its next call. */
+
+/* The name of a communication result code (0, -1 ... -13); "unknown error N"
+ * for any other. */
+TW_API const char *commerrstr(int code);
+/* "text (TW:status)". */
+TW_API const char *ERR_TWmsgstr(int status, const char *text);
+/* "system text (SYS:errnum)"; "Unknown error: " when the runtime has no text. */
+TW_API const char *ERR_SYSmsgstr(int errnum);
+/* The texts of the device-management error numbers 0..83. */
+TW_API extern const char *const ErrStrings[84];
+
 /* ---- Notify scripts ---- */
 
 /* Runs a command hidden, waiting for its end: 0 when it started and its end

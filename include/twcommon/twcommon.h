@@ -3,6 +3,7 @@
 #define TWCOMMON_TWCOMMON_H
 
 #include "base.h"
+#include "comm.h"
 #include "config.h"
 #include "containers.h"
 #include "diag.h"
