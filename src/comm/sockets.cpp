@@ -3,6 +3,11 @@
  * the sockets interface, waits for readability and writability in whole
  * seconds, and sends and receives of whole buffers.
  *
+ * Where the platform can ask one call not to block, Send and Recv try the
+ * call first and wait only when nothing can move: the same results with
+ * fewer system calls, and a send to a peer that stopped reading never
+ * blocks past its time-out. Elsewhere they wait for readiness first.
+ *
  * Every failure is reported through errno with the Windows Sockets number
  * (10060 when a wait timed out), on every platform. The tunables defined
  * here are process-wide and unlocked, like the rest of the subsystem's
@@ -61,6 +66,14 @@ int wait_until_ready(int sock, int seconds, bool for_write) {
         if (n < 0 && tw::comm::is_interrupted(errno)) continue;
         return n;
     }
+}
+
+// The wait of Send and Recv: true when ready; false with errno set (10060
+// on time-out).
+bool wait_for(int sock, int seconds, bool for_write) {
+    const int ready = wait_until_ready(sock, seconds, for_write);
+    if (ready == 0) errno = tw::os::kSocketTimedOut;
+    return ready > 0;
 }
 
 }  // namespace
@@ -123,21 +136,22 @@ int Send(int sock, const void *buf, int len, int seconds, int flags) {
         return -1;
     }
     auto bytes = static_cast<const char *>(buf);
+    const bool try_first = tw::os::calls_never_block();
     int sent = 0;
     while (sent < len) {
-        int ready = sendable_timer(sock, seconds);
-        if (ready == 0) {
-            errno = tw::os::kSocketTimedOut;
-            return -1;
+        if (!try_first && !wait_for(sock, seconds, true)) return -1;
+        int n = tw::os::send_now(sock, bytes + sent, len - sent, flags);
+        if (n > 0) {
+            sent += n;
+            continue;
         }
-        if (ready < 0) return -1;
-        int n = tw::os::send_some(sock, bytes + sent, len - sent, flags);
-        if (n < 1) {
-            errno = tw::os::last_socket_error();
-            if (tw::comm::is_interrupted(errno)) continue;
-            return -1;
+        errno = tw::os::last_socket_error();
+        if (tw::comm::is_interrupted(errno)) continue;
+        if (try_first && n < 0 && tw::comm::is_would_block(errno)) {
+            if (!wait_for(sock, seconds, true)) return -1;
+            continue;
         }
-        sent += n;
+        return -1;
     }
     return len;
 }
@@ -149,22 +163,23 @@ int Recv(int sock, void *buf, int len, int seconds, int flags) {
         return -1;
     }
     auto bytes = static_cast<char *>(buf);
+    const bool try_first = tw::os::calls_never_block();
     int received = 0;
     while (received < len) {
-        int ready = recvable_timer(sock, seconds);
-        if (ready == 0) {
-            errno = tw::os::kSocketTimedOut;
-            return -1;
-        }
-        if (ready < 0) return -1;
-        int n = tw::os::receive_some(sock, bytes + received, len - received, flags);
-        if (n < 0) {
-            errno = tw::os::last_socket_error();
-            if (tw::comm::is_interrupted(errno)) continue;
-            return -1;
-        }
+        if (!try_first && !wait_for(sock, seconds, false)) return -1;
+        int n = tw::os::receive_now(sock, bytes + received, len - received, flags);
         if (n == 0) return received;
-        received += n;
+        if (n > 0) {
+            received += n;
+            continue;
+        }
+        errno = tw::os::last_socket_error();
+        if (tw::comm::is_interrupted(errno)) continue;
+        if (try_first && tw::comm::is_would_block(errno)) {
+            if (!wait_for(sock, seconds, false)) return -1;
+            continue;
+        }
+        return -1;
     }
     return len;
 }

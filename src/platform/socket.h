@@ -64,6 +64,14 @@ int close_socket(int sock);
 // stream), or -1 with last_socket_error set.
 int send_some(int sock, const void *data, int length, int flags);
 int receive_some(int sock, void *data, int length, int flags);
+// The same, but never blocking where the platform can ask that of one call
+// (then -1 with 10035 when nothing can move now): a caller tries first and
+// waits only when it must, and a send never blocks past its wait. Where it
+// cannot (calls_never_block() false), they block as send_some and
+// receive_some do, and callers wait for readiness first.
+bool calls_never_block();
+int send_now(int sock, const void *data, int length, int flags);
+int receive_now(int sock, void *data, int length, int flags);
 
 // Waits until sock is readable (for_write false) or writable, at most
 // seconds (below 0: without limit): 1 ready, 0 time-out, -1 error

@@ -162,6 +162,16 @@ int receive_some(int sock, void *data, int length, int flags) {
     return n < 0 ? fail_with_errno() : int(n);
 }
 
+bool calls_never_block() { return true; }
+
+int send_now(int sock, const void *data, int length, int flags) {
+    return send_some(sock, data, length, flags | MSG_DONTWAIT);
+}
+
+int receive_now(int sock, void *data, int length, int flags) {
+    return receive_some(sock, data, length, flags | MSG_DONTWAIT);
+}
+
 int wait_socket(int sock, bool for_write, int seconds) {
     if (sock < 0) {
         socket_error = 10038;

@@ -68,6 +68,13 @@ int receive_some(int sock, void *data, int length, int flags) {
     return result(recv(as_socket(sock), static_cast<char *>(data), length, flags));
 }
 
+// Windows Sockets has no per-call "do not block": callers wait first.
+bool calls_never_block() { return false; }
+
+int send_now(int sock, const void *data, int length, int flags) { return send_some(sock, data, length, flags); }
+
+int receive_now(int sock, void *data, int length, int flags) { return receive_some(sock, data, length, flags); }
+
 int wait_socket(int sock, bool for_write, int seconds) {
     fd_set set;
     FD_ZERO(&set);
