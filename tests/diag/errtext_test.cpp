@@ -23,6 +23,18 @@ TEST(ErrorText, UnknownNumberWithoutLibraryNamesTheLibrary) {
     EXPECT_EQ(std::string(buf), kLongFallback);
 }
 
+#if !defined(_WIN32)
+// Off Windows the socket layer's texts stand in for the system's. (On NT the
+// system message table has them; wine's lacks several, so not tested there.)
+TEST(ErrorText, SocketErrorsHaveTheirOwnText) {
+    for (uint32_t code : {10054u, 10057u, 11001u}) {
+        const std::string text = GetErrorMessage(code);
+        EXPECT_EQ(text.find("Error: "), std::string::npos) << code << ": " << text;
+        EXPECT_FALSE(text.empty()) << code;
+    }
+}
+#endif
+
 TEST(ErrorText, NumberIsPrintedSigned) {
     EXPECT_EQ(std::string(GetErrorMessage(0xFFFFFFFEu)).rfind("Error: -2 (installing", 0), 0u);
 }

@@ -1,12 +1,15 @@
 /*
  * Error texts off Windows. There is no system table for NT error numbers and
- * no message library, so every NT number takes the library's fallback text.
+ * no message library: the socket layer's texts stand in for the Windows
+ * Sockets numbers it reports, and every other NT number takes the library's
+ * fallback text.
  * errno texts come from the C library; its error count is the highest
  * number it describes.
  */
 #include <cstring>
 
 #include "platform/errtext.h"
+#include "platform/socket.h"
 
 namespace tw::os {
 namespace {
@@ -23,7 +26,9 @@ int runtime_error_count() {
 
 }  // namespace
 
-bool system_message_text(uint32_t, char *, unsigned) { return false; }
+bool system_message_text(uint32_t code, char *buf, unsigned size) {
+    return code <= 0x7FFFFFFF && socket_error_text(int(code), buf, size);
+}
 
 MessageLibrary load_message_library(const char *) { return nullptr; }
 
