@@ -156,4 +156,42 @@ TEST(RemoteFile, SenderFailures) {
     EXPECT_TRUE(log.has_prefix("t: protocol error - problem transmitting file (")) << log.all();
 }
 
+// Against the peer that is not ours: it checks every block it is sent and
+// answers the byte count and digest of the data, and sends its own pattern
+// (byte i is (i * 131 + 7) % 256) as blocks to be read.
+TEST(RemoteFile, ForeignPeerTakesAndSendsFiles) {
+    const struct {
+        size_t size;
+        const char *md5;
+    } cases[] = {
+        {0, "d41d8cd98f00b204e9800998ecf8427e"},
+        {1, "89e74e640b8c46257a29de0616794d5d"},
+        {8192, "cf4dacb6a28ad70e0d3ecd56b746e687"},
+        {8193, "d31acac67f44bae20cebe3e963d97165"},
+        {100000, "ebd2d6605dddd11db5eeadd734097ec9"},
+    };
+    ScratchDir scratch;
+    for (const auto &c : cases) {
+        std::string data(c.size, '\0');
+        for (size_t i = 0; i < c.size; ++i) data[i] = char((i * 131 + 7) % 256);
+        const std::string source_path = scratch.file("out" + std::to_string(c.size));
+        write_file(source_path, data);
+        {
+            WIRE_SCENARIO(peer, "recvfile");
+            Fd source(source_path, O_RDONLY);
+            EXPECT_EQ(write_remote_file(peer.get(), source.fd, 5, "t"), int(c.size));
+            EXPECT_EQ(wiretest::read_line(peer.get()), "OK " + std::to_string(c.size) + " " + c.md5);
+        }
+        {
+            WIRE_SCENARIO(peer, "sendfile " + std::to_string(c.size));
+            const std::string target_path = scratch.file("in" + std::to_string(c.size));
+            {
+                Fd target(target_path, O_WRONLY | O_CREAT | O_TRUNC);
+                EXPECT_EQ(read_remote_file(peer.get(), target.fd, 5, "t"), int(c.size));
+            }
+            EXPECT_TRUE(file_bytes(target_path) == data) << c.size;
+        }
+    }
+}
+
 }  // namespace
