@@ -215,7 +215,7 @@ constexpr char kSize64[] = "ll";
 
 using ConversionText = char[sizeof(ConvSpec::text) + 4];
 
-// The specification with its size letters replaced by size ("" drops them).
+// The conversion with its size letters replaced by size ("" drops them).
 void with_size(const ConvSpec &node, const char *size, ConversionText &out) {
     const SpecParts parts = parts_of(node);
     Q_snprintf(out, sizeof out, "%.*s%s%s", int(parts.size - node.text), node.text, size, parts.letter);
