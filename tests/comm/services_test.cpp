@@ -81,11 +81,7 @@ TEST(ServiceLookup, HostAndNetworkOrderShareOneEntry) {
 }
 
 TEST(ServiceLookup, RetriesAsTheSettingsFileSays) {
-    const struct {
-        const char *line;
-        long min_ms, max_ms;
-        const char *log;
-    } cases[] = {
+    const struct { const char *line; long min_ms, max_ms; const char *log; } cases[] = {
         {"0 0\n", 0, 900, "bp_getservbyname: getservbyname() failed after 0 attempts for tw-no-such-service/tcp"},
         {"1 1\n", 900, 4000, "bp_getservbyname: getservbyname() failed after 1 attempts for tw-no-such-service/tcp"},
     };
@@ -102,13 +98,8 @@ TEST(ServiceLookup, RetriesAsTheSettingsFileSays) {
 }
 
 TEST(ServiceLookup, BadFirstLineIsReportedAndDefaultsUsed) {
-    const struct {
-        const char *line;
-        const char *log;
-    } cases[] = {
-        {"7\n", "bad format GSBNtries, 1 found"},
-        {"many\n", "bad format GSBNtries, 0 found"},
-    };
+    const struct { const char *line, *log; } cases[] = {
+        {"7\n", "bad format GSBNtries, 1 found"}, {"many\n", "bad format GSBNtries, 0 found"}};
     Settings settings(nullptr);
     for (const auto &c : cases) {
         // Each lookup reads its own file: vm_ the VM one, bp_ the other.
@@ -125,10 +116,7 @@ TEST(PortFiles, OverrideFileGivesThePortOrZero) {
     Settings settings(nullptr);
     write_file(settings.scratch.file("svc-good"), "4321\n");
     write_file(settings.scratch.file("svc-bad"), "port\n");
-    const struct {
-        const char *service;
-        int port;
-    } cases[] = {{"svc-good", 4321}, {"svc-bad", 0}, {"svc-missing", 0}};
+    const struct { const char *service; int port; } cases[] = {{"svc-good", 4321}, {"svc-bad", 0}, {"svc-missing", 0}};
     for (const auto &c : cases) EXPECT_EQ(getoverridePORT(c.service), c.port) << c.service;
 }
 
@@ -147,59 +135,50 @@ TEST(PortFiles, DefaultPortFileGivesThePortOrMinusOne) {
     if (made_root) fs::remove_all("/usr/hollin", ec);
 }
 
-TEST(GetSockBound, DefaultPortIsUsedOnceThenTheOverrideFile) {
+TEST(GetSockBound, DefaultPortOnceThenOverrideFileThenServiceThenFallback) {
     Settings settings("0 0\n");
-    int first = free_port(), second = free_port();
+    const int first = free_port(), second = free_port();
     ASSERT_GT(first, 0);
     write_file(settings.scratch.file("svc"), std::to_string(second) + "\n");
-    defaultPORT = first;
-    int err = -1;
-    LogCapture log;
-    Socket a(getsockbound("svc", "tcp", &err, -1));
-    ASSERT_GE(a.get(), 0);
-    EXPECT_EQ(err, 0);
-    EXPECT_EQ(bound_port(a.get()), first);
-    EXPECT_EQ(defaultPORT, 0);
-    EXPECT_TRUE(log.has("getsockbound: service=svc protocol=tcp port=" + std::to_string(first))) << log.all();
-    Socket b(getsockbound("svc", "tcp", &err, -1));
-    ASSERT_GE(b.get(), 0);
-    EXPECT_EQ(bound_port(b.get()), second);
-    EXPECT_EQ(defaultPORT, 0);
-}
-
-TEST(GetSockBound, ServiceLookupThenFallback) {
-    Settings settings("0 0\n");
-    int err = -1;
-    LogCapture log;
-    // The system's entry: ftp is 21, which this process may not bind natively;
-    // either way the port it tried is the service's.
-    Socket a(getsockbound("ftp", "tcp", &err, -1));
-    EXPECT_TRUE(log.has("getsockbound: service=ftp protocol=tcp port=21")) << log.all();
-    Socket b(getsockbound("tw-no-such-service", "tcp", &err, 0));
-    ASSERT_GE(b.get(), 0);
-    EXPECT_GT(bound_port(b.get()), 0);  // fallback 0: any port
-    EXPECT_TRUE(log.has("getsockbound: cannot find Internet service tw-no-such-service/tcp"));
-    EXPECT_EQ(getsockbound("tw-no-such-service", "tcp", &err, -1), -1);
-    EXPECT_EQ(err, 0);
-}
-
 #ifndef _WIN32
-// On Windows SO_REUSEADDR lets a second socket bind a port in use, so only
-// POSIX systems (and wine, which maps to them) can see this bind fail.
-TEST(GetSockBound, BindFailureGivesTheSocketError) {
-    Settings settings("0 0\n");
+    // On Windows SO_REUSEADDR lets a second socket bind a port in use, so only
+    // POSIX systems (and wine, which maps to them) can see this bind fail.
     Socket holder(wiretest::new_tcp_socket());
     sockaddr_in sa{};
     sa.sin_family = AF_INET;
     ASSERT_EQ(::bind(holder.get(), reinterpret_cast<sockaddr *>(&sa), sizeof sa), 0);
     ASSERT_EQ(::listen(holder.get(), 1), 0);
-    defaultPORT = bound_port(holder.get());
-    int err = 0;
-    LogCapture log;
-    EXPECT_EQ(getsockbound("svc", "tcp", &err, -1), -1);
-    EXPECT_EQ(err, 10048);
-    EXPECT_TRUE(log.has_prefix("getsockbound: bind() failed, ")) << log.all();
-}
 #endif
+    constexpr int kAny = -2;  // a port or error not checked
+    // port: bound to (-1 no socket, 0 any); log: a line logged (its beginning when it ends in a space).
+    const struct { const char *service; int fallback, default_port, port, err; std::string log; } cases[] = {
+        {"svc", -1, first, first, 0, "getsockbound: service=svc protocol=tcp port=" + std::to_string(first)},
+        {"svc", -1, 0, second, kAny, ""},
+        // ftp is 21, which this process may not bind natively; either way the
+        // port it tried is the service's.
+        {"ftp", -1, 0, kAny, kAny, "getsockbound: service=ftp protocol=tcp port=21"},
+        {"tw-no-such-service", 0, 0, 0, kAny, "getsockbound: cannot find Internet service tw-no-such-service/tcp"},
+        {"tw-no-such-service", -1, 0, -1, 0, ""},
+#ifndef _WIN32
+        {"svc", -1, bound_port(holder.get()), -1, 10048, "getsockbound: bind() failed, "},
+#endif
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.service << " fallback " << c.fallback << " default " << c.default_port);
+        defaultPORT = c.default_port;
+        int err = -1;
+        LogCapture log;
+        Socket s(getsockbound(c.service, "tcp", &err, c.fallback));
+        if (c.port == -1) {
+            EXPECT_EQ(s.get(), -1);
+        } else if (c.port != kAny) {
+            ASSERT_GE(s.get(), 0);
+            EXPECT_TRUE(c.port == 0 ? bound_port(s.get()) > 0 : bound_port(s.get()) == c.port) << bound_port(s.get());
+        }
+        EXPECT_TRUE(c.err == kAny || err == c.err) << err;
+        EXPECT_EQ(defaultPORT, 0);  // used once
+        EXPECT_TRUE(c.log.empty() || (c.log.back() == ' ' ? log.has_prefix(c.log) : log.has(c.log))) << log.all();
+    }
+}
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
 #include <thread>
 
 #include "../support/alloc_hook.h"
@@ -18,17 +19,16 @@ using wiretest::Stopwatch;
 
 // ---- Writers ----
 
-struct WriteRow {
-    const char *what;
-    std::function<int(int, int *)> write;
-    int result;
-    const char *peer_items;  // what the peer must have read ("" for nothing)
-};
-
 TEST(WireWrite, EveryByteAsThePeerDecodesIt) {
     static const std::string big = wiretest::letters(100000);
     static const char with_nuls[] = {'a', 0, 'b', 0};
-    const WriteRow rows[] = {
+    // peer_items: what the peer must have read ("" for nothing).
+    const struct {
+        const char *what;
+        std::function<int(int, int *)> write;
+        int result;
+        const char *peer_items;
+    } rows[] = {
         {"short 0", [](int s, int *e) { return put_short(s, 0, e); }, 0, "short:0"},
         {"short 258 big-endian", [](int s, int *e) { return put_short(s, 258, e); }, 0, "raw:0102"},
         {"short 65534 is the limit", [](int s, int *e) { return put_short(s, 65534, e); }, 0, "raw:fffe"},
@@ -61,58 +61,53 @@ TEST(WireWrite, EveryByteAsThePeerDecodesIt) {
     EXPECT_EQ(wiretest::read_line(peer.get()), "OK");
 }
 
-TEST(WireWrite, SendErrorsGiveTheirCodes) {
+TEST(Wire, UnconnectedAndClosedSocketsAreErrors) {
     LogCapture log;
     // A socket that was never connected: 10057 and -5 on Windows. (Wine
     // reports 10054 instead, which is an ordinary send error, -4.)
     wiretest::Socket unconnected(wiretest::new_tcp_socket());
-    int err = 0;
-    int code = put_long(unconnected.get(), 7, &err);
-    if (err == 10057) {
-        EXPECT_EQ(code, -5);
-    } else {
-        EXPECT_EQ(code, -4) << "error " << err;
-    }
-    EXPECT_NE(err, 0);
+    int out = 0;  // the call's error, code or length
+    int code = put_long(unconnected.get(), 7, &out);
+    EXPECT_EQ(code, out == 10057 ? -5 : -4) << "error " << out;
+    EXPECT_NE(out, 0);
 #ifndef _WIN32
     // Linux reports a send on an unconnected TCP socket as a broken pipe; a
     // local stream socket says "not connected".
     wiretest::Socket local(::socket(AF_UNIX, SOCK_STREAM, 0));
-    EXPECT_EQ(put_short(local.get(), 1, &err), -5);
-    EXPECT_EQ(err, 10057);
+    EXPECT_EQ(put_short(local.get(), 1, &out), -5);
+    EXPECT_EQ(out, 10057);
 #endif
-    // A closed socket is an error, not a crash.
-    int closed = wiretest::new_tcp_socket();
+    // A closed socket is an error, not a crash. (The 64-bit and adaptable
+    // readers give their code or length through the pointer; their lambdas
+    // return it.)
+    const int closed = wiretest::new_tcp_socket();
     wiretest::close_socket(closed);
-    const std::function<int(int *)> writers[] = {
-        [&](int *e) { return put_short(closed, 1, e); },
-        [&](int *e) { return put_vint64t(closed, 1, e); },
-        [&](int *e) { return put_string(closed, "x", e); },
-        [&](int *e) { return put_length_string(closed, 1, "x", e); },
+    int err = 0;
+    const std::pair<std::function<int(int *)>, int> failing[] = {
+        {[&](int *e) { return put_short(closed, 1, e); }, -4},
+        {[&](int *e) { return put_vint64t(closed, 1, e); }, -4},
+        {[&](int *e) { return put_string(closed, "x", e); }, -4},
+        {[&](int *e) { return put_length_string(closed, 1, "x", e); }, -4},
+        {[&](int *e) { return get_short(closed, 1, e); }, -3},
+        {[&](int *e) { return get_vint64t(closed, 0, e) == 0 ? *e : 1; }, -3},
+        {[&](int *e) { return get_adaptable_string(closed, e, 0, &err) ? 1 : *e; }, -3},
     };
-    for (const auto &write : writers) {
-        err = 0;
-        EXPECT_EQ(write(&err), -4);
-        EXPECT_NE(err, 0);
+    for (const auto &[call, result] : failing) {
+        out = 0;
+        EXPECT_EQ(call(&out), result);
+        EXPECT_NE(out, 0);
     }
     EXPECT_TRUE(log.has_prefix("put_short: (10) network write() error: ")) << log.all();
     EXPECT_TRUE(log.has_prefix("put_vint64t: (11) network write() error: ")) << log.all();
-    EXPECT_EQ(put_length_string(closed, 3, nullptr, &err), -1);  // no bytes to send
+    char buf[8];
+    EXPECT_EQ(get_string(closed, buf, 7, 1, &out), -3);
+    EXPECT_EQ(get_string(closed, nullptr, 7, 0, &out), -1);
+    EXPECT_EQ(put_length_string(closed, 3, nullptr, &out), -1);  // no bytes to send
 }
 
 // ---- Fixed-width readers ----
 
 enum Reader { kShort, kLong, kInt64, kUint64 };
-
-struct ReadRow {
-    const char *scenario;
-    Reader reader;
-    int timeout;
-    int64_t value;   // for the 64-bit readers; the int result otherwise
-    int code;        // the 64-bit readers' *code
-    int err;         // -1: any non-zero socket error
-    const char *log; // a line that must be logged, or null
-};
 
 int64_t run_reader(Reader reader, int sock, int timeout, int *err, int *code) {
     *code = 0;
@@ -126,55 +121,53 @@ int64_t run_reader(Reader reader, int sock, int timeout, int *err, int *code) {
 }
 
 TEST(WireRead, FixedWidthValuesAndFailures) {
-    const ReadRow rows[] = {
-        {"send raw:0102", kShort, 0, 258, 0, 0, nullptr},
-        {"send short:65535", kShort, 0, 65535, 0, 0, nullptr},
-        {"send raw:01020304", kLong, 0, 0x01020304, 0, 0, nullptr},
-        {"send long:0xFFFFFFFD", kLong, 0, -3, 0, 0, nullptr},
-        {"send int64:-2", kInt64, 0, -2, 0, 0, nullptr},
-        {"send raw:0102030405060708", kUint64, 0, 0x0102030405060708, 0, 0, nullptr},
-        {"send raw:01 pause:50 raw:02", kShort, 0, 258, 0, 0, nullptr},
-        {"send raw:01", kShort, 0, -9, 0, 5, "get_short: (2) premature end of file (byte 2)"},
-        {"send", kLong, 0, -9, 0, 5, "get_long: (2) premature end of file (byte 1)"},
-        {"send raw:010203", kInt64, 0, 0, -9, 0, "get_vint64t: (2) premature end of file (byte 4)"},
-        {"send raw:010203 @stall", kLong, 1, -3, 0, -1, "get_long: (1) cannot read (byte 4) from network: "},
-        {"send @stall", kUint64, 1, 0, -3, 0, "get_vuint64t: (1) cannot read (byte 1) from network: "},
+    // value: the 64-bit readers' value, the others' result; code: the 64-bit
+    // readers' *code; err: the others' (-1 any non-zero); log: a line (its
+    // beginning) that must be logged; min_ms: the least time the read takes.
+    const struct {
+        const char *scenario;
+        Reader reader;
+        int timeout;
+        int64_t value;
+        int code, err;
+        const char *log;
+        long min_ms;
+    } rows[] = {
+        {"send raw:0102", kShort, 0, 258, 0, 0, nullptr, 0},
+        {"send short:65535", kShort, 0, 65535, 0, 0, nullptr, 0},
+        {"send raw:01020304", kLong, 0, 0x01020304, 0, 0, nullptr, 0},
+        {"send long:0xFFFFFFFD", kLong, 0, -3, 0, 0, nullptr, 0},
+        {"send int64:-2", kInt64, 0, -2, 0, 0, nullptr, 0},
+        {"send raw:0102030405060708", kUint64, 0, 0x0102030405060708, 0, 0, nullptr, 0},
+        {"send raw:01 pause:50 raw:02", kShort, 0, 258, 0, 0, nullptr, 0},
+        {"send raw:01", kShort, 0, -9, 0, 5, "get_short: (2) premature end of file (byte 2)", 0},
+        {"send", kLong, 0, -9, 0, 5, "get_long: (2) premature end of file (byte 1)", 0},
+        {"send raw:010203", kInt64, 0, 0, -9, 0, "get_vint64t: (2) premature end of file (byte 4)", 0},
+        {"send raw:010203 @stall", kLong, 1, -3, 0, -1, "get_long: (1) cannot read (byte 4) from network: ", 900},
+        {"send @stall", kUint64, 1, 0, -3, 0, "get_vuint64t: (1) cannot read (byte 1) from network: ", 900},
+        {"send raw:00 @stall", kShort, 1, -3, 0, -1, nullptr, 900},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.scenario);
         WIRE_SCENARIO(peer, row.scenario);
+        // A time-out of the call's own leaves the socket's as it was.
+        ASSERT_TRUE(wiretest::set_receive_timeout_ms(peer.get(), 7000));
         LogCapture log;
         Stopwatch clock;
         int err = 77, code = 77;
         int64_t value = run_reader(row.reader, peer.get(), row.timeout, &err, &code);
+        EXPECT_GE(clock.ms(), row.min_ms);
+        EXPECT_EQ(wiretest::receive_timeout_ms(peer.get()), 7000);
         EXPECT_EQ(value, row.value);
         EXPECT_EQ(code, row.code);
-        if (row.reader == kShort || row.reader == kLong) {
-            if (row.err == -1) {
-                EXPECT_NE(err, 0);
-            } else {
-                EXPECT_EQ(err, row.err);
-            }
-        }
-        if (row.log) {
-            EXPECT_TRUE(log.has_prefix(row.log)) << log.all();
-        }
+        const bool has_err = row.reader == kShort || row.reader == kLong;
+        EXPECT_TRUE(!has_err || (row.err == -1 ? err != 0 : err == row.err)) << err;
+        EXPECT_TRUE(!row.log || log.has_prefix(row.log)) << log.all();
         EXPECT_LT(clock.ms(), 4000);
     }
 }
 
-TEST(WireRead, TimeOutIsTheSocketsOwnAgainAfterwards) {
-    WIRE_SCENARIO(peer, "send raw:00 @stall");
-    ASSERT_TRUE(wiretest::set_receive_timeout_ms(peer.get(), 7000));
-    Stopwatch clock;
-    int err = 0;
-    EXPECT_EQ(get_short(peer.get(), 1, &err), -3);
-    EXPECT_GE(clock.ms(), 900);
-    EXPECT_LT(clock.ms(), 4000);
-    EXPECT_EQ(wiretest::receive_timeout_ms(peer.get()), 7000);
-}
-
-TEST(WireRead, NonblockingReadTakesEndAndSilenceAsNoData) {
+TEST(WireRead, NonblockingReadsTakeEndAndSilenceAsNoDataAndRetryAdaptableStrings) {
     nonblocking_read = 1;
     {
         WIRE_SCENARIO(peer, "send");
@@ -184,34 +177,59 @@ TEST(WireRead, NonblockingReadTakesEndAndSilenceAsNoData) {
         EXPECT_EQ(code, 0);
     }
     wiretest::Pair pair;
-    ASSERT_TRUE(wiretest::make_pair(pair));
-    ASSERT_TRUE(wiretest::set_nonblocking(pair.reader.get()));
+    ASSERT_TRUE(wiretest::make_pair(pair) && wiretest::set_nonblocking(pair.reader.get()));
+    // Sends bytes and lets them arrive.
+    auto send = [&](const std::string &bytes) {
+        ASSERT_TRUE(wiretest::send_all(pair.writer.get(), bytes));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    };
     int err = 0;
     EXPECT_EQ(get_short(pair.reader.get(), 0, &err), 0);  // nothing there yet
-    char length_zero[4] = {0, 0, 0, 0};
-    ASSERT_TRUE(wiretest::send_all(pair.writer.get(), length_zero, 4));
+    send(std::string(4, '\0'));
     char buf[8];
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(get_string(pair.reader.get(), buf, 7, 0, &err), 0);  // length 0: nothing yet
-    nonblocking_read = 0;
+
+    // An adaptable string whose data stops is retried a thousand times.
+    auto adaptable = [&](int expected_length, const char *expected_text) {
+        int length = 0;
+        char *text = get_adaptable_string(pair.reader.get(), &length, 0, &err);
+        ASSERT_NE(text, nullptr);
+        EXPECT_EQ(length, expected_length);
+        EXPECT_STREQ(text, expected_text);
+        std::free(text);
+    };
+    send(std::string("\0\0\0\5ab", 6));
+    twcommon_testhook_retry_delay(0);
+    {
+        LogCapture log;
+        adaptable(-3, "");
+        EXPECT_EQ(twcommon_testhook_retry_delay(-1), 1000);
+        EXPECT_TRUE(log.has("get_adaptable_string: did not receive data after 1000 non-blocking reads")) << log.all();
+    }
+    // Data that comes during the pauses is taken.
+    twcommon_testhook_retry_delay(5);
+    send(std::string("\0\0\0\4", 4));
+    std::thread late([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        wiretest::send_all(pair.writer.get(), "wxyz", 4);
+    });
+    adaptable(4, "wxyz");
+    late.join();
+    const int pauses = twcommon_testhook_retry_delay(-1) - 1000;
+    EXPECT_GT(pauses, 0);
+    EXPECT_LT(pauses, 1000);
+
     // Without the setting, would-block is a receive error.
+    nonblocking_read = 0;
     EXPECT_EQ(get_short(pair.reader.get(), 0, &err), -3);
     EXPECT_EQ(err, 10035);
 }
 
 // ---- String readers ----
 
-struct StringRow {
-    const char *scenario;
-    int size;
-    int timeout;
-    int result;
-    const char *text;         // the buffer afterwards
-    const char *logs[2];      // lines (or their beginnings) that must be logged
-};
-
 TEST(WireRead, GetStringLimitsAndFailures) {
-    const StringRow rows[] = {
+    // text: the buffer afterwards; logs: lines (or their beginnings) that must be logged.
+    const struct { const char *scenario; int size, timeout, result; const char *text, *logs[2]; } rows[] = {
         {"send str:hello", 64, 0, 5, "hello", {}},
         {"send lenstr:10:0123456789", 10, 0, 10, "0123456789", {}},
         {"send lenstr:11:0123456789a", 10, 0, -1, "",
@@ -245,10 +263,7 @@ TEST(WireRead, GetStringLimitsAndFailures) {
         EXPECT_EQ(get_string(peer.get(), buf.data(), row.size, row.timeout, &err), row.result);
         EXPECT_STREQ(buf.data(), row.text);
         EXPECT_EQ(buf.back(), '#');
-        for (const char *line : row.logs)
-            if (line) {
-                EXPECT_TRUE(log.has_prefix(line)) << log.all();
-            }
+        for (const char *line : row.logs) EXPECT_TRUE(!line || log.has_prefix(line)) << log.all();
         EXPECT_LT(clock.ms(), 4000);
         if (std::strstr(row.scenario, "long:7")) {
             EXPECT_EQ(get_long(peer.get(), 0, &err), 7);  // the line was read up to its newline only
@@ -257,93 +272,42 @@ TEST(WireRead, GetStringLimitsAndFailures) {
 }
 
 TEST(WireRead, GetAdaptableString) {
-    {
-        WIRE_SCENARIO(peer, "send strn:70000 str:");
-        int length = 0, err = 0;
-        char *text = get_adaptable_string(peer.get(), &length, 0, &err);
-        ASSERT_NE(text, nullptr);
-        EXPECT_EQ(length, 70000);
-        EXPECT_EQ(std::string(text), wiretest::letters(70000));
-        std::free(text);
-        LogCapture log;
-        EXPECT_EQ(get_adaptable_string(peer.get(), &length, 0, &err), nullptr);
-        EXPECT_EQ(length, -3);
-        EXPECT_TRUE(log.has("get_adaptable_string: (3) protocol error")) << log.all();
-    }
-    {
+    if (wiretest::peer_port() == 0) GTEST_SKIP() << "needs the wire peer (TW_PEER_PORT unset)";
+    static const std::string big = wiretest::letters(70000);
+    // scenario null: the previous connection again; text null: none returned; err -1: not checked.
+    const struct {
+        const char *scenario;
+        int timeout;
+        bool fail_allocation;
+        const char *text;
+        int length, err;
+        const char *log;
+    } rows[] = {
+        {"send strn:70000 str:", 0, false, big.c_str(), 70000, -1, nullptr},
+        {nullptr, 0, false, nullptr, -3, -1, "get_adaptable_string: (3) protocol error"},
         // A length that lies: the buffer comes back empty with the code.
-        WIRE_SCENARIO(peer, "send lenstr:1000:abc");
+        {"send lenstr:1000:abc", 0, false, "", -9, -1, "get_adaptable_string: (5) premature end of file"},
+        {"send raw:7fffffff @stall", 1, true, nullptr, -11, ENOMEM,
+         "get_adaptable_string: malloc of 2147483648 bytes failed"},
+    };
+    std::optional<wiretest::Socket> peer;
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.scenario ? row.scenario : "(the same again)");
+        if (row.scenario) peer.emplace(wiretest::open_scenario(row.scenario));
+        ASSERT_GE(peer->get(), 0) << "cannot reach the wire peer";
         LogCapture log;
         int length = 0, err = 0;
-        char *text = get_adaptable_string(peer.get(), &length, 0, &err);
-        ASSERT_NE(text, nullptr);
-        EXPECT_EQ(length, -9);
-        EXPECT_STREQ(text, "");
+        std::optional<twtest::FailAllocation> fail;
+        if (row.fail_allocation) fail.emplace(1);
+        char *text = get_adaptable_string(peer->get(), &length, row.timeout, &err);
+        fail.reset();
+        EXPECT_EQ(length, row.length);
+        EXPECT_TRUE(row.err == -1 || err == row.err) << err;
+        EXPECT_TRUE(!row.log || log.has(row.log)) << log.all();
+        ASSERT_EQ(text != nullptr, row.text != nullptr);
+        EXPECT_TRUE(!text || text == std::string(row.text)) << std::string(text).substr(0, 40);
         std::free(text);
-        EXPECT_TRUE(log.has("get_adaptable_string: (5) premature end of file")) << log.all();
     }
-    {
-        WIRE_SCENARIO(peer, "send raw:7fffffff @stall");
-        LogCapture log;
-        int length = 0, err = 0;
-        twtest::FailAllocation fail(1);
-        EXPECT_EQ(get_adaptable_string(peer.get(), &length, 1, &err), nullptr);
-        EXPECT_EQ(length, -11);
-        EXPECT_EQ(err, ENOMEM);
-        EXPECT_TRUE(log.has("get_adaptable_string: malloc of 2147483648 bytes failed")) << log.all();
-    }
-}
-
-TEST(WireRead, AdaptableStringRetriesNonblockingReadsAThousandTimes) {
-    wiretest::Pair pair;
-    ASSERT_TRUE(wiretest::make_pair(pair));
-    ASSERT_TRUE(wiretest::set_nonblocking(pair.reader.get()));
-    ASSERT_TRUE(wiretest::send_all(pair.writer.get(), std::string("\0\0\0\5ab", 6)));
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    nonblocking_read = 1;
-    twcommon_testhook_retry_delay(0);
-    LogCapture log;
-    int length = 0, err = 0;
-    char *text = get_adaptable_string(pair.reader.get(), &length, 0, &err);
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(length, -3);
-    EXPECT_STREQ(text, "");
-    std::free(text);
-    EXPECT_EQ(twcommon_testhook_retry_delay(-1), 1000);
-    EXPECT_TRUE(log.has("get_adaptable_string: did not receive data after 1000 non-blocking reads")) << log.all();
-
-    // Data that comes during the pauses is taken.
-    twcommon_testhook_retry_delay(5);
-    ASSERT_TRUE(wiretest::send_all(pair.writer.get(), std::string("\0\0\0\4", 4)));
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    std::thread late([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        wiretest::send_all(pair.writer.get(), "wxyz", 4);
-    });
-    text = get_adaptable_string(pair.reader.get(), &length, 0, &err);
-    late.join();
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(length, 4);
-    EXPECT_STREQ(text, "wxyz");
-    std::free(text);
-    int pauses = twcommon_testhook_retry_delay(-1) - 1000;
-    EXPECT_GT(pauses, 0);
-    EXPECT_LT(pauses, 1000);
-}
-
-TEST(WireRead, ClosedSocketIsAnError) {
-    int closed = wiretest::new_tcp_socket();
-    wiretest::close_socket(closed);
-    int err = 0, code = 0, length = 0;
-    char buf[8];
-    EXPECT_EQ(get_short(closed, 1, &err), -3);
-    EXPECT_NE(err, 0);
-    EXPECT_EQ(get_vint64t(closed, 0, &code), 0);
-    EXPECT_EQ(code, -3);
-    EXPECT_EQ(get_string(closed, buf, 7, 1, &err), -3);
-    EXPECT_EQ(get_adaptable_string(closed, &length, 0, &err), nullptr);
-    EXPECT_EQ(length, -3);
-    EXPECT_EQ(get_string(closed, nullptr, 7, 0, &err), -1);
 }
 
 }  // namespace
