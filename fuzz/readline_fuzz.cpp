@@ -13,6 +13,7 @@
 #include <cstring>
 #include <string>
 
+#include "stream_pair.h"
 #include "twcommon/comm.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -20,22 +21,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     int block_size = data[0] % 64 + 1;
     int maxlen = data[1] % 80 + 1;
     data += 2, size -= 2;
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return 0;
-    int sndbuf = 1 << 20;
-    setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &sndbuf, sizeof sndbuf);
-    if (write(ends[1], data, size) != ssize_t(size)) {
-        close(ends[0]);
-        close(ends[1]);
-        return 0;
-    }
-    close(ends[1]);
+    const int sock = stream_of(data, size);
+    if (sock < 0) return 0;
     buf_block *block = create_buf_block(block_size);
     char *line = static_cast<char *>(std::malloc(size_t(maxlen)));
     std::string seen;
     bool ended_without_newline = false;
     for (;;) {
-        int n = Readline(ends[0], line, maxlen, 5, block);
+        int n = Readline(sock, line, maxlen, 5, block);
         if (n == 0) break;
         if (ended_without_newline) std::abort();  // only the last piece may lack a newline
         if (n > 0) {
@@ -52,6 +45,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (maxlen > 1 && seen != std::string(reinterpret_cast<const char *>(data), size)) std::abort();
     std::free(line);
     free_buf_block(block);
-    close(ends[0]);
+    close(sock);
     return 0;
 }

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "base/alloc.h"
+#include "stream_pair.h"
 #include "twcommon/comm.h"
 
 namespace {
@@ -81,21 +82,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     nonblocking_read = (data[0] & 8) ? 1 : 0;
     int buffer_size = data[1];
     data += 2, size -= 2;
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return 0;
-    int sndbuf = 1 << 20;
-    setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &sndbuf, sizeof sndbuf);
-    if (write(ends[1], data, size) != ssize_t(size)) {
-        close(ends[0]);
-        close(ends[1]);
-        return 0;
-    }
-    close(ends[1]);
+    const int sock = stream_of(data, size);
+    if (sock < 0) return 0;
     // A read that takes nothing happens only at the end of the stream, so
     // there is never work for more reads than bytes.
-    for (size_t reads = 0; reads <= size && read_one(ends[0], kind, buffer_size); ++reads) {
+    for (size_t reads = 0; reads <= size && read_one(sock, kind, buffer_size); ++reads) {
     }
-    close(ends[0]);
+    close(sock);
     nonblocking_read = 0;
     return 0;
 }
